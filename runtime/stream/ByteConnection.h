@@ -1,0 +1,132 @@
+// Input of primitives from bytes in network order. Nothing is read beyond the end of a message; every length is checked
+// against what remains before anything is allocated.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
+
+#include "runtime/core/Ptr.h"
+#include "runtime/core/String8.h"
+
+namespace Kro {
+
+/// Reads unsigned integers in network byte order from a place that is known to hold them.
+template <class U>
+inline U loadBigEndian(std::uint8_t const* from) {
+  U value = 0;
+  for (std::size_t i = 0; i < sizeof(U); ++i) {
+    value = static_cast<U>((value << 8U) | from[i]);  // both compilers make one load and one swap of it
+  }
+  return value;
+}
+template <>
+inline std::uint8_t loadBigEndian<std::uint8_t>(std::uint8_t const* from) {
+  return *from;
+}
+
+/// Writes an unsigned integer in network byte order and returns the place behind it.
+template <class U>
+inline std::uint8_t* storeBigEndian(std::uint8_t* to, U value) {
+  for (std::size_t i = 0; i < sizeof(U); ++i) {
+    to[i] = static_cast<std::uint8_t>(value >> (8 * (sizeof(U) - 1 - i)));
+  }
+  return to + sizeof(U);
+}
+
+/// A read position in a run of bytes, meant to be held by value in a hot loop. Reading past the end throws
+/// `AttrLogEntityException`.
+class InCursor {
+ public:
+  InCursor() = default;
+  InCursor(std::uint8_t const* pos, std::uint8_t const* end) : pos_(pos), end_(end) {}
+
+  std::size_t remaining() const { return static_cast<std::size_t>(end_ - pos_); }
+  std::uint8_t const* pos() const { return pos_; }
+
+  /// The next unsigned integer of this width.
+  template <class U>
+  U next() {
+    need(sizeof(U));
+    U const value = loadBigEndian<U>(pos_);
+    pos_ += sizeof(U);
+    return value;
+  }
+  /// The next `n` bytes, in place.
+  std::span<std::uint8_t const> bytes(std::size_t n) {
+    need(n);
+    std::span<std::uint8_t const> const run(pos_, n);
+    pos_ += n;
+    return run;
+  }
+
+ private:
+  void need(std::size_t n) const {
+    if (remaining() < n) [[unlikely]] {
+      throwShort(n);
+    }
+  }
+  [[noreturn]] VORNACL_API void throwShort(std::size_t n) const;
+
+  std::uint8_t const* pos_ = nullptr;
+  std::uint8_t const* end_ = nullptr;
+};
+
+/// Selects the constructors that read a value from the attribute log.
+struct StreamBogon {};
+
+struct ByteConnection {
+  class In;
+};
+
+/// The input side of a byte stream: the payload of one message. All readers throw `AttrLogEntityException` when the
+/// payload ends first.
+class VORNACL_API ByteConnection::In : public PtrInterface {
+ public:
+  In() = default;
+  /// Reads from `payload`, which must outlive the reading; strings longer than `maxString` bytes are refused.
+  explicit In(std::span<std::uint8_t const> payload, std::uint32_t maxString = defaultMaxString);
+  ~In() override;
+
+  static constexpr std::uint32_t defaultMaxString = 1U << 20U;
+
+  void payloadIs(std::span<std::uint8_t const> payload);
+
+  std::uint8_t nextU8() { return cursor_.next<std::uint8_t>(); }
+  std::uint16_t nextU16() { return cursor_.next<std::uint16_t>(); }
+  std::uint32_t nextU32() { return cursor_.next<std::uint32_t>(); }
+  std::uint64_t nextU64() { return cursor_.next<std::uint64_t>(); }
+  std::int32_t nextint() { return static_cast<std::int32_t>(nextU32()); }
+  /// One byte, 0 or 1; any other throws.
+  bool nextbool();
+  /// A 32-bit length and that many bytes.
+  String8 nextString();
+  /// Skips `n` bytes.
+  void nextBytes(std::size_t n) { cursor_.bytes(n); }
+  /// Seconds as an IEEE 754 binary64 number.
+  double nextSeconds() { return std::bit_cast<double>(nextU64()); }
+
+  std::size_t remaining() const { return cursor_.remaining(); }
+  /// Bytes read so far.
+  std::size_t offset() const { return static_cast<std::size_t>(cursor_.pos() - begin_); }
+  std::uint32_t maxString() const { return maxString_; }
+  void maxStringIs(std::uint32_t limit) { maxString_ = limit; }
+
+  /// The position itself, for readers that hold it by value.
+  InCursor cursor() const { return cursor_; }
+  void cursorIs(InCursor cursor) { cursor_ = cursor; }
+
+ private:
+  std::uint8_t const* begin_ = nullptr;
+  InCursor cursor_;
+  std::uint32_t maxString_ = defaultMaxString;
+};
+
+/// Throws for a byte that is no bool: it must never reach one.
+[[noreturn]] VORNACL_API void throwNoBool(std::uint8_t byte);
+/// Throws for a string longer than a limit allows.
+[[noreturn]] VORNACL_API void throwStringTooLong(std::uint32_t length, std::uint32_t limit);
+
+}  // namespace Kro

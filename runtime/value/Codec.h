@@ -1,0 +1,298 @@
+// How a type takes part in hash, text and attribute log: one `Codec` for each kind of type. The walks over attribute
+// lists use nothing else, so a new type plugs into all of them by having a codec: built-ins and enumerations have
+// theirs here; a class gets one by the members that it shares with every value (see `Value.h`).
+#pragma once
+
+#include <bit>
+#include <concepts>
+#include <cstdint>
+#include <limits>
+#include <string>
+
+#include "runtime/core/Hash.h"
+#include "runtime/core/Name.h"
+#include "runtime/stream/In.h"
+#include "runtime/stream/Out.h"
+#include "runtime/value/Attributes.h"
+#include "runtime/value/Enumeration.h"
+#include "runtime/value/Text.h"
+
+namespace Kro {
+
+/// The part of each type in what is derived:
+///   maxSize                 most bytes that `put` writes; `unboundedSize` where only `size(value)` can tell
+///   put(to, value) -> end   writes the attribute-log form to a place that has room for it
+///   get(cursor) -> value    reads it
+///   mix(hash, value)        appends the value to a hash of attributes
+///   strep(text, value)      appends the text form
+///   parse(it, end) -> value reads the text form
+template <class T>
+struct Codec;
+
+inline constexpr std::size_t unboundedSize = std::numeric_limits<std::size_t>::max();
+
+namespace detail {
+
+template <class T>
+using UnsignedOfWidth =
+    std::conditional_t<sizeof(T) == 1, std::uint8_t,
+                       std::conditional_t<sizeof(T) == 2, std::uint16_t,
+                                          std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>>>;
+
+}  // namespace detail
+
+template <class T>
+requires(std::integral<T> && !std::same_as<T, bool>) struct Codec<T> {
+  using Wire = detail::UnsignedOfWidth<T>;
+  static constexpr std::size_t maxSize = sizeof(T);
+  static std::uint8_t* put(std::uint8_t* to, T value) { return storeBigEndian(to, static_cast<Wire>(value)); }
+  static T get(InCursor& in) { return static_cast<T>(in.next<Wire>()); }
+  static void mix(Hash& hash, T value) { hash.mixInteger(static_cast<std::uint32_t>(value), sizeof(T)); }
+  static void strep(std::string& text, T value) { appendInteger(text, value); }
+  /// Truncated to the width, without a range check.
+  static T parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
+    return static_cast<T>(sequenceToValue(it, end, static_cast<long long*>(nullptr)));
+  }
+};
+
+template <>
+struct Codec<bool> {
+  static constexpr std::size_t maxSize = 1;
+  static std::uint8_t* put(std::uint8_t* to, bool value) {
+    *to = value ? 1 : 0;
+    return to + 1;
+  }
+  static bool get(InCursor& in) {
+    auto const byte = in.next<std::uint8_t>();
+    if (byte > 1) [[unlikely]] {
+      throwNoBool(byte);
+    }
+    return byte != 0;
+  }
+  static void mix(Hash& hash, bool value) { hash.mixInteger(value ? 1 : 0, 1); }
+  static void strep(std::string& text, bool value) { text += value ? "true" : "false"; }
+  static bool parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
+    return sequenceToValue(it, end, static_cast<bool*>(nullptr));
+  }
+};
+
+template <>
+struct Codec<double> {
+  static constexpr std::size_t maxSize = 8;
+  static std::uint8_t* put(std::uint8_t* to, double value) {
+    return storeBigEndian(to, std::bit_cast<std::uint64_t>(value));
+  }
+  static double get(InCursor& in) { return std::bit_cast<double>(in.next<std::uint64_t>()); }
+  static void strep(std::string& text, double value) { appendDouble(text, value); }
+  static double parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
+    return sequenceToValue(it, end, static_cast<double*>(nullptr));
+  }
+};
+
+/// Written as a signed 32-bit number; read as an unsigned one that must have an enumerator.
+template <Enumeration E>
+struct Codec<E> {
+  static constexpr std::size_t maxSize = 4;
+  static std::uint8_t* put(std::uint8_t* to, E value) { return storeBigEndian(to, static_cast<std::uint32_t>(value)); }
+  static E get(InCursor& in) { return enumeratorOf<E>(in.next<std::uint32_t>()); }
+  static void mix(Hash& hash, E value) { hash.mixInteger(static_cast<std::uint32_t>(value), 4); }
+  static void strep(std::string& text, E value) {
+    text += '\'';
+    text += stringValue(value).view();
+    text += '\'';
+  }
+  static E parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
+    return enumeratorOf<E>(sequenceToValue(it, end, static_cast<String8*>(nullptr)));
+  }
+};
+
+template <>
+struct Codec<String8> {
+  static constexpr std::size_t maxSize = unboundedSize;
+  static std::size_t size(String8 const& value) { return 4 + std::size_t{value.length()}; }
+  static std::uint8_t* put(std::uint8_t* to, String8 const& value) {
+    to = storeBigEndian(to, value.length());
+    return std::copy_n(value.view().data(), value.length(), to);
+  }
+  static void mix(Hash& hash, String8 const& value) { hash.mixInteger(value.hash(), 4); }
+  static void strep(std::string& text, String8 const& value) { appendQuoted(text, value.view()); }
+  static String8 parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
+    return sequenceToValue(it, end, static_cast<String8*>(nullptr));
+  }
+};
+
+template <>
+struct Codec<Name> {
+  static constexpr std::size_t maxSize = unboundedSize;
+  static std::size_t size(Name const& value) { return Codec<String8>::size(value.string()); }
+  static std::uint8_t* put(std::uint8_t* to, Name const& value) { return Codec<String8>::put(to, value.string()); }
+  static void mix(Hash& hash, Name const& value) { Codec<String8>::mix(hash, value.string()); }
+  static void strep(std::string& text, Name const& value) { appendQuoted(text, value.view()); }
+  static Name parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
+    return Codec<String8>::parse(it, end);
+  }
+};
+
+template <>
+struct Codec<EntityId> {
+  static constexpr std::size_t maxSize = 8;
+  static std::uint8_t* put(std::uint8_t* to, EntityId id) { return storeBigEndian(to, id.value); }
+};
+
+/// A class that is a value: it appends its own text, reads itself from text, and has a hash.
+template <class T>
+concept ValueClass = std::is_class_v<T> &&
+    requires(T const& value, std::string& text, String8::IteratorConst& it, String8::IteratorConst const& end) {
+  {value.strepTo(text)};
+  { value.hash() } -> std::convertible_to<std::uint32_t>;
+  T(it, end);
+};
+
+/// A value class that says itself how it is streamed, having no attribute list that would tell.
+template <class T>
+concept SelfStreamed = requires(T const& value, std::uint8_t* to, InCursor& in) {
+  { T::logMaxSize } -> std::convertible_to<std::size_t>;
+  { value.logTo(to) } -> std::same_as<std::uint8_t*>;
+  { T::fromLog(in) } -> std::same_as<T>;
+};
+
+namespace detail {
+
+template <class T, std::size_t... I>
+constexpr std::size_t maxSizeOfFields(std::index_sequence<I...>) {
+  return (Codec<typename At<T, I>::Type>::maxSize + ... + 0);
+}
+
+template <class T, std::size_t... I>
+inline std::uint8_t* putFields(std::uint8_t* to, T const& value, std::index_sequence<I...>) {
+  ((to = Codec<typename At<T, I>::Type>::put(to, At<T, I>::of(value))), ...);
+  return to;
+}
+
+template <class T, std::size_t... I>
+inline void getFields(InCursor& in, T& value, std::index_sequence<I...>) {
+  InCursor local = in;
+  ((At<T, I>::of(value) = Codec<typename At<T, I>::Type>::get(local)), ...);
+  in = local;
+}
+
+}  // namespace detail
+
+template <ValueClass T>
+struct Codec<T> {
+  static constexpr std::size_t maxSize = [] {
+    if constexpr (SelfStreamed<T>) {
+      return T::logMaxSize;
+    } else {
+      return detail::maxSizeOfFields<T>(StoredPositions<T>());
+    }
+  }();
+  static std::size_t size(T const& value) requires(maxSize == unboundedSize) { return value.logSize(); }
+  static std::uint8_t* put(std::uint8_t* to, T const& value) {
+    if constexpr (SelfStreamed<T>) {
+      return value.logTo(to);
+    } else {
+      return detail::putFields(to, value, StoredPositions<T>());
+    }
+  }
+  static T get(InCursor& in) {
+    if constexpr (SelfStreamed<T>) {
+      return T::fromLog(in);
+    } else {
+      T value;
+      detail::getFields(in, value, StoredPositions<T>());
+      if constexpr (requires { value.checkFromLog(); }) {
+        value.checkFromLog();
+      }
+      return value;
+    }
+  }
+  static void mix(Hash& hash, T const& value) {
+    if constexpr (requires { value.mixInto(hash); }) {
+      value.mixInto(hash);
+    } else {
+      hash.mixInteger(value.hash(), 4);
+    }
+  }
+  static void strep(std::string& text, T const& value) { value.strepTo(text); }
+  static T parse(String8::IteratorConst& it, String8::IteratorConst const& end) { return T(it, end); }
+};
+
+/// A type that can be written to the attribute log.
+template <class T>
+concept Streamable = requires(T const& value, std::uint8_t* to) {
+  { Codec<T>::put(to, value) } -> std::same_as<std::uint8_t*>;
+};
+
+/// A type with a text form.
+template <class T>
+concept HasStrep = requires(T const& value, std::string& text) {
+  Codec<T>::strep(text, value);
+};
+
+/// Most bytes that this very value takes in the attribute log.
+template <Streamable T>
+std::size_t logRoom(T const& value) {
+  if constexpr (Codec<T>::maxSize == unboundedSize) {
+    return Codec<T>::size(value);
+  } else {
+    return Codec<T>::maxSize;
+  }
+}
+
+namespace NboAttrLog {
+
+/// Writes the attribute-log form of a value: one check of the room, then no other.
+template <Streamable T>
+Ptr<Out> const& operator<<(Ptr<Out> const& out, T const& value) {
+  out->endIs(Codec<T>::put(out->room(logRoom(value)), value));
+  return out;
+}
+
+/// Reads the attribute-log form of a value.
+template <class T>
+T nextValue(ByteConnection::In& in) {
+  if constexpr (std::same_as<T, String8>) {
+    return in.nextString();
+  } else if constexpr (std::same_as<T, Name>) {
+    return Name(in.nextString());
+  } else if constexpr (requires { T::fromIn(in); }) {
+    return T::fromIn(in);  // holds a string, whose limit the input knows
+  } else {
+    InCursor cursor = in.cursor();
+    T value = Codec<T>::get(cursor);
+    in.cursorIs(cursor);
+    return value;
+  }
+}
+
+}  // namespace NboAttrLog
+
+/// The text form of a value that has one.
+template <HasStrep T>
+String8 valueToStrep(T const& value) {
+  std::string text;
+  Codec<T>::strep(text, value);
+  return String8(std::string_view(text));
+}
+
+/// Reads a value from text and advances the position; the pointer only selects the type.
+template <class T>
+requires(ValueClass<T> || Enumeration<T>) T
+    sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, T*) {
+  return Codec<T>::parse(it, end);
+}
+
+/// Reads a whole string; throws `RangeException` for text that is left.
+template <HasStrep T>
+T strepToValue(String8 const& text, T* = nullptr) {
+  String8::IteratorConst it = text.begin();
+  String8::IteratorConst const end = text.end();
+  T value = Codec<T>::parse(it, end);
+  if (!(it == end)) {
+    throwJunk(it, text);
+  }
+  return value;
+}
+
+}  // namespace Kro

@@ -1,0 +1,83 @@
+// Enumerations: one constexpr array of enumerators and names; everything else is derived from it.
+//
+// An enumeration is unscoped, with a signed 32-bit base, and has beside it, in its namespace, a constexpr function
+// `kroEnumerators(E)` that returns its `Enumerators`.
+#pragma once
+
+#include <array>
+#include <concepts>
+#include <cstdint>
+#include <ostream>
+#include <string_view>
+#include <type_traits>
+
+#include "runtime/core/Exception.h"
+
+namespace Kro {
+
+template <class E>
+struct Enumerator {
+  E value;
+  std::string_view name;
+};
+
+/// The names of an enumeration. `name` is the bare name told in errors, `typeName` the full one.
+template <class E, std::size_t n>
+struct Enumerators {
+  std::string_view typeName;
+  std::array<Enumerator<E>, n> all;
+};
+
+/// An enumeration with a table of names.
+template <class E>
+concept Enumeration = std::is_enum_v<E> && std::same_as<std::underlying_type_t<E>, std::int32_t> && requires(E e) {
+  kroEnumerators(e).all;
+};
+
+/// The bare name of an enumeration, as in "TableType".
+template <Enumeration E>
+constexpr std::string_view enumerationName() {
+  constexpr std::string_view full = kroEnumerators(E{}).typeName;
+  return full.substr(full.rfind(':') + 1);
+}
+
+/// The enumerator's name; a number without enumerator as "TableType(7)".
+template <Enumeration E>
+String8 stringValue(E value) {
+  for (auto const& e : kroEnumerators(value).all) {
+    if (e.value == value) {
+      return String8(e.name);
+    }
+  }
+  return String8(enumerationName<E>()) + format("(%d)", static_cast<int>(value));
+}
+
+/// The enumerator with this number; throws `RangeException` with the enumeration's name for any other.
+template <Enumeration E>
+E enumeratorOf(unsigned number) {
+  for (auto const& e : kroEnumerators(E{}).all) {
+    if (static_cast<unsigned>(e.value) == number) {
+      return e.value;
+    }
+  }
+  throwRangeException(String8(enumerationName<E>()));
+}
+
+/// The enumerator of this name, exactly; throws `RangeException` with the enumeration's name for any other.
+template <Enumeration E>
+E enumeratorOf(String8 const& name) {
+  for (auto const& e : kroEnumerators(E{}).all) {
+    if (e.name == name.view()) {
+      return e.value;
+    }
+  }
+  throwRangeException(String8(enumerationName<E>()));
+}
+
+/// Writes `stringValue`.
+template <Enumeration E>
+std::ostream& operator<<(std::ostream& out, E const& value) {
+  return out << stringValue(value).view();
+}
+
+}  // namespace Kro

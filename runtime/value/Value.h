@@ -1,0 +1,76 @@
+// What every value type shares. A value type derives from `Value<itself>`, lists its attributes in a nested struct
+// `Attributes`, defaults its `operator==`, and has two more constructors: from text and from the attribute log. The
+// members that are derived from the list are defined in `ValueOps.h` and instantiated in the type's own .cpp file.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+
+#include "runtime/type/KroType.h"
+#include "runtime/value/Codec.h"
+
+namespace Kro {
+
+namespace detail {
+
+template <class T, std::size_t I, std::size_t... rest>
+inline bool lessFrom(T const& a, T const& b, std::index_sequence<I, rest...>) {
+  auto const& x = At<T, I>::of(a);
+  auto const& y = At<T, I>::of(b);
+  if constexpr (sizeof...(rest) == 0) {
+    return x < y;
+  } else {
+    return x == y ? lessFrom(a, b, std::index_sequence<rest...>()) : x < y;
+  }
+}
+
+}  // namespace detail
+
+/// Base of the value type `X`: order, hash, text and type object derived from `X::Attributes`. A type that differs in
+/// one of them declares that member itself: `lessThan`, `hash`, `strepTo`, `mixInto`.
+template <class X>
+class VORNACL_API Value {
+ public:
+  /// Murmur hash of the stored attributes in declaration order, each at its own width without padding; an attribute
+  /// of value type contributes its own hash as four bytes.
+  std::uint32_t hash() const;
+  /// Appends the text form.
+  void strepTo(std::string& text) const;
+  /// The type object of `X`.
+  Ptr<KroType const> fwkType() const { return _fwkType(); }
+  static Ptr<KroType const> _fwkType();
+
+  bool operator==(Value const&) const = default;
+
+  /// The first attribute that differs decides; `<=`, `>` and `>=` follow from `<` alone.
+  friend bool operator<(X const& a, X const& b) {
+    if constexpr (requires { a.lessThan(b); }) {
+      return a.lessThan(b);
+    } else {
+      return detail::lessFrom(a, b, StoredPositions<X>());
+    }
+  }
+  friend bool operator<=(X const& a, X const& b) { return !(b < a); }
+  friend bool operator>(X const& a, X const& b) { return !(a <= b); }
+  friend bool operator>=(X const& a, X const& b) { return !(a < b); }
+};
+
+/// Reads the text form of a record into `value`, which holds its defaults.
+template <class X>
+void readRecord(X& value, String8::IteratorConst& it, String8::IteratorConst const& end);
+
+/// A value type of the model.
+template <class X>
+concept ModelValue = std::derived_from<X, Value<X>>;
+
+/// Writes `toStr()` where the type has one, else the text form.
+template <ModelValue X>
+std::ostream& operator<<(std::ostream& out, X const& value) {
+  if constexpr (requires { value.toStr(); }) {
+    return out << value.toStr();
+  } else {
+    return out << valueToStrep(value);
+  }
+}
+
+}  // namespace Kro

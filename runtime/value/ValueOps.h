@@ -1,0 +1,106 @@
+// The members that a value type derives from its attribute list. Included by the type's .cpp file alone, which
+// instantiates them once: `template class Kro::Value<Vorn::AceIndex>;`
+#pragma once
+
+#include "runtime/value/Value.h"
+
+namespace Kro {
+
+namespace detail {
+
+template <class X, std::size_t... I>
+void hashFields(Hash& hash, X const& value, std::index_sequence<I...>) {
+  (Codec<typename At<X, I>::Type>::mix(hash, At<X, I>::of(value)), ...);
+}
+
+template <class X, std::size_t I>
+void strepField(std::string& text, X const& value) {
+  text += text.back() == '{' ? "'" : ", '";
+  text += At<X, I>::info.name;
+  text += "': ";
+  if constexpr (At<X, I>::Descriptor::isStored) {
+    Codec<typename At<X, I>::Type>::strep(text, At<X, I>::of(value));
+  } else {
+    Codec<bool>::strep(text, (value.*(At<X, I>::info.get))());
+  }
+}
+
+template <class X, std::size_t... I>
+void strepFields(std::string& text, X const& value, std::index_sequence<I...>) {
+  (strepField<X, I>(text, value), ...);
+}
+
+template <class X, std::size_t I>
+bool readField(X& value, String8 const& name, String8::IteratorConst& it, String8::IteratorConst const& end) {
+  using Type = typename At<X, I>::Type;
+  if (name.view() != At<X, I>::info.name) {
+    return false;
+  }
+  try {
+    if constexpr (At<X, I>::Descriptor::isStored) {
+      At<X, I>::of(value) = Codec<Type>::parse(it, end);
+    } else {
+      (value.*(At<X, I>::info.set))(Codec<Type>::parse(it, end));
+    }
+  } catch (RangeException const& error) {
+    rethrowFromDeserializeAttr(error, name);
+  }
+  return true;
+}
+
+template <class X, std::size_t... I>
+void readNamedField(X& value, String8 const& name, String8::IteratorConst& it, String8::IteratorConst const& end,
+                    std::index_sequence<I...>) {
+  if (!(readField<X, I>(value, name, it, end) || ...)) {
+    throwRangeException(String8(shortTypeName(X::Attributes::typeName)) + " has no such attribute: " + name);
+  }
+}
+
+/// Consumes what stands before the first attribute: Value('TYPE', ** {
+VORNACL_API void openRecord(String8::IteratorConst& it, String8::IteratorConst const& end, std::string_view typeName);
+/// Consumes what stands before the next attribute's value and yields its name, or the closing brackets and yields
+/// false.
+VORNACL_API bool nextAttribute(String8::IteratorConst& it, String8::IteratorConst const& end, std::string_view typeName,
+                               bool first, String8& name);
+
+}  // namespace detail
+
+template <class X>
+std::uint32_t Value<X>::hash() const {
+  Hash hash;
+  detail::hashFields(hash, static_cast<X const&>(*this), StoredPositions<X>());
+  return hash.value();
+}
+
+template <class X>
+void Value<X>::strepTo(std::string& text) const {
+  text += "Value('";
+  text += X::Attributes::typeName;
+  text += "', ** {";
+  detail::strepFields(text, static_cast<X const&>(*this), TextPositions<X>());
+  text += "})";
+}
+
+template <class X>
+Ptr<KroType const> Value<X>::_fwkType() {
+  static KroType const* const type = [] {
+    auto* const made = new KroType(String8(X::Attributes::typeName));
+    made->referencesLeak();
+    return made;
+  }();
+  return share(type);
+}
+
+template <class X>
+void readRecord(X& value, String8::IteratorConst& it, String8::IteratorConst const& end) {
+  detail::openRecord(it, end, X::Attributes::typeName);
+  String8 name;
+  for (bool first = true; detail::nextAttribute(it, end, X::Attributes::typeName, first, name); first = false) {
+    detail::readNamedField(value, name, it, end, TextPositions<X>());
+  }
+  if constexpr (requires { value.check(); }) {
+    value.check();
+  }
+}
+
+}  // namespace Kro
