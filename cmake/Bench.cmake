@@ -1,0 +1,16 @@
+# bench/*.cpp makes one Google Benchmark program, vornacl_bench; bench/programs/*.cpp one program each.
+if(VORNACL_BENCH)
+  find_package(benchmark REQUIRED)
+  vornacl_glob(bench_sources "bench/*.cpp")
+  if(bench_sources)
+    vornacl_program(vornacl_bench ${bench_sources})
+    target_link_libraries(vornacl_bench PRIVATE
+      $<TARGET_NAME_IF_EXISTS:VornAclToolsCommon> benchmark::benchmark benchmark::benchmark_main)
+  endif()
+  vornacl_glob(bench_programs "bench/programs/*.cpp")
+  foreach(source IN LISTS bench_programs)
+    get_filename_component(name "${source}" NAME_WE)
+    vornacl_program(bench_${name} ${source})
+    target_link_libraries(bench_${name} PRIVATE $<TARGET_NAME_IF_EXISTS:VornAclToolsCommon>)
+  endforeach()
+endif()

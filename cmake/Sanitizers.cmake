@@ -1,0 +1,11 @@
+# Sanitizers and fuzzing change how everything is compiled, so they are set for the whole directory.
+if(VORNACL_SANITIZE)
+  add_compile_options(-fsanitize=${VORNACL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${VORNACL_SANITIZE})
+endif()
+if(VORNACL_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "VORNACL_FUZZ needs clang: libFuzzer is part of it")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

@@ -1,0 +1,67 @@
+# tests/**/*.cpp        one GoogleTest program over the shared library, vornacl_tests
+# tests/internal/*.cpp  another over the library's objects, vornacl_internal_tests, for what is not exported
+# tests/support/*.cpp   what both share
+# tests/programs/*.cpp  a program each: status 0 passes, 77 skips
+# tests/compile_fail/*.cpp  must not compile: the line "// expect: REGEX" is what the compiler has to say
+if(VORNACL_TESTS)
+  find_package(GTest REQUIRED)
+  include(GoogleTest)
+  file(GLOB_RECURSE test_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/*.cpp")
+  foreach(kind IN ITEMS programs compile_fail internal support)
+    set(${kind}_sources ${test_sources})
+    list(FILTER ${kind}_sources INCLUDE REGEX "^${PROJECT_SOURCE_DIR}/tests/${kind}/")
+    list(FILTER test_sources EXCLUDE REGEX "^${PROJECT_SOURCE_DIR}/tests/${kind}/")
+  endforeach()
+
+  function(vornacl_gtest name library)
+    add_executable(${name} ${ARGN})
+    target_link_libraries(${name} PRIVATE
+      ${library} VornAclWarnings GTest::gmock GTest::gtest GTest::gtest_main)
+    target_compile_definitions(${name} PRIVATE
+      VORNACL_SOURCE_DIR="${PROJECT_SOURCE_DIR}" VORNACL_BIN_DIR="${CMAKE_BINARY_DIR}/bin")
+    target_precompile_headers(${name} PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+    gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 600)
+  endfunction()
+
+  if(test_sources)
+    vornacl_gtest(vornacl_tests VornAcl::VornAcl ${test_sources} ${support_sources})
+    target_link_libraries(vornacl_tests PRIVATE $<TARGET_NAME_IF_EXISTS:VornAclToolsCommon>)
+    if(VORNACL_TOOL_TARGETS)
+      add_dependencies(vornacl_tests ${VORNACL_TOOL_TARGETS})
+    endif()
+  endif()
+  if(internal_sources)
+    vornacl_gtest(vornacl_internal_tests VornAclObjects ${internal_sources} ${support_sources})
+  endif()
+
+  foreach(source IN LISTS programs_sources)
+    get_filename_component(name "${source}" NAME_WE)
+    vornacl_program(test_${name} ${source})
+    target_link_libraries(test_${name} PRIVATE $<TARGET_NAME_IF_EXISTS:VornAclToolsCommon>)
+    add_test(NAME programs.${name} COMMAND test_${name})
+    set_tests_properties(programs.${name} PROPERTIES TIMEOUT 600 SKIP_RETURN_CODE 77)
+  endforeach()
+
+  foreach(source IN LISTS compile_fail_sources)
+    get_filename_component(name "${source}" NAME_WE)
+    file(STRINGS "${source}" expected REGEX "^// expect: " LIMIT_COUNT 1)
+    if(NOT expected)
+      message(FATAL_ERROR "${source}: the line \"// expect: REGEX\" is missing")
+    endif()
+    string(REPLACE "// expect: " "" expected "${expected}")
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${source}")
+    add_test(NAME compile_fail.${name}
+      COMMAND "${CMAKE_CXX_COMPILER}" -std=c++20 -fsyntax-only "-I${PROJECT_SOURCE_DIR}" "${source}")
+    set_tests_properties(compile_fail.${name} PROPERTIES TIMEOUT 120 PASS_REGULAR_EXPRESSION "error: [^\n]*${expected}")
+  endforeach()
+endif()
+
+# fuzz/*.cpp: a libFuzzer program each.
+if(VORNACL_FUZZ)
+  vornacl_glob(fuzz_sources "fuzz/*.cpp")
+  foreach(source IN LISTS fuzz_sources)
+    get_filename_component(name "${source}" NAME_WE)
+    vornacl_program(fuzz_${name} ${source})
+    target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+  endforeach()
+endif()
