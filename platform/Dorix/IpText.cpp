@@ -1,0 +1,135 @@
+#include "platform/Dorix/IpText.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "runtime/value/Text.h"
+
+namespace Dorix::detail {
+
+namespace {
+
+constexpr std::size_t groupCount = 8;
+constexpr int noGroups = -1;
+
+/// Reads a whole text as an unsigned number.
+bool readWhole(std::string_view text, int base, std::uint32_t& number) {
+  char const* const last = text.data() + text.size();
+  auto const done = std::from_chars(text.data(), last, number, base);
+  return done.ec == std::errc() && done.ptr == last;
+}
+
+/// Reads hexadecimal groups joined by colons, none for an empty text, and gives the number of bytes that they fill;
+/// `noGroups` for any other text. The last group may be an IPv4 address where `mayEndMixed` is set.
+int readGroups(std::string_view text, bool mayEndMixed, IpBytes& to) {
+  std::size_t filled = 0;
+  for (bool more = !text.empty(); more;) {
+    std::size_t const colon = text.find(':');
+    std::string_view const group = text.substr(0, colon);
+    more = colon != std::string_view::npos;
+    text.remove_prefix(more ? colon + 1 : text.size());
+    std::uint32_t number = 0;
+    if (!more && mayEndMixed && filled + 4 <= to.size() && readIpv4(group, to.data() + filled)) {
+      filled += 4;
+    } else if (filled + 2 <= to.size() && group.size() <= 4 && readWhole(group, 16, number)) {
+      Kro::storeBigEndian(to.data() + filled, static_cast<std::uint16_t>(number));
+      filled += 2;
+    } else {
+      return noGroups;
+    }
+  }
+  return static_cast<int>(filled);
+}
+
+/// A run of zero groups.
+struct ZeroRun {
+  std::size_t first = groupCount;
+  std::size_t length = 1;  ///< a single zero group is never left out
+};
+
+/// The longest run of at least two zero groups, the first of equally long ones.
+ZeroRun longestZeroRun(std::array<std::uint16_t, groupCount> const& groups) {
+  ZeroRun longest;
+  for (std::size_t first = 0; first < groupCount; ++first) {
+    std::size_t end = first;
+    while (end < groupCount && groups[end] == 0) {
+      ++end;
+    }
+    if (end - first > longest.length) {
+      longest = {first, end - first};
+    }
+  }
+  return longest;
+}
+
+void appendHex(std::string& text, std::uint16_t number) {
+  char digits[4];
+  auto const done = std::to_chars(digits, digits + sizeof digits, number, 16);
+  text.append(digits, done.ptr);
+}
+
+}  // namespace
+
+bool readDecimal(std::string_view text, std::uint32_t limit, std::uint32_t& number) {
+  bool const hasLeadingZero = text.size() > 1 && text.front() == '0';
+  return text.size() <= 3 && !hasLeadingZero && readWhole(text, 10, number) && number <= limit;
+}
+
+bool readIpv4(std::string_view text, std::uint8_t* to) {
+  for (std::size_t i = 0; i < 4; ++i) {
+    std::size_t const dot = i < 3 ? text.find('.') : text.size();
+    std::uint32_t number = 0;
+    if (dot == std::string_view::npos || !readDecimal(text.substr(0, dot), 255, number)) {
+      return false;
+    }
+    to[i] = static_cast<std::uint8_t>(number);
+    text.remove_prefix(i < 3 ? dot + 1 : dot);
+  }
+  return true;
+}
+
+bool readIpv6(std::string_view text, IpBytes& to) {
+  std::size_t const gap = text.find("::");
+  if (gap == std::string_view::npos) {
+    return readGroups(text, true, to) == static_cast<int>(to.size());
+  }
+  IpBytes tail{};
+  int const before = readGroups(text.substr(0, gap), false, to);
+  int const behind = readGroups(text.substr(gap + 2), true, tail);
+  if (before == noGroups || behind == noGroups || before + behind + 2 > static_cast<int>(to.size())) {
+    return false;  // what is left out is one group at least
+  }
+  std::fill(to.begin() + before, to.end() - behind, std::uint8_t{0});
+  std::copy_n(tail.begin(), behind, to.end() - behind);
+  return true;
+}
+
+void appendIpv4(std::string& text, IpBytes const& bytes) {
+  for (std::size_t i = 0; i < 4; ++i) {
+    if (i != 0) {
+      text += '.';
+    }
+    Kro::appendInteger(text, bytes[i]);
+  }
+}
+
+void appendIpv6(std::string& text, IpBytes const& bytes) {
+  std::array<std::uint16_t, groupCount> groups{};
+  for (std::size_t i = 0; i < groupCount; ++i) {
+    groups[i] = Kro::loadBigEndian<std::uint16_t>(bytes.data() + 2 * i);
+  }
+  ZeroRun const gap = longestZeroRun(groups);
+  for (std::size_t i = 0; i < groupCount; ++i) {
+    if (i == gap.first) {
+      text += "::";
+      i += gap.length - 1;
+      continue;
+    }
+    if (i != 0 && text.back() != ':') {
+      text += ':';
+    }
+    appendHex(text, groups[i]);
+  }
+}
+
+}  // namespace Dorix::detail

@@ -1,0 +1,26 @@
+// The texts of IP addresses, read and written by the library's own code so that they are the same on every host. For
+// the platform's own .cpp files.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/Dorix/IpAddr.h"
+
+namespace Dorix::detail {
+
+/// Reads a decimal number of at most three digits, without sign and leading zeros, up to `limit`. False for any other
+/// text.
+bool readDecimal(std::string_view text, std::uint32_t limit, std::uint32_t& number);
+/// Reads four decimal numbers joined by dots into four bytes. False for any other text.
+bool readIpv4(std::string_view text, std::uint8_t* to);
+/// Reads the forms of RFC 4291, section 2.2: eight hexadecimal groups, a run of them left out, the last two decimal.
+/// False for any other text.
+bool readIpv6(std::string_view text, IpBytes& to);
+
+/// Appends four decimal numbers joined by dots.
+void appendIpv4(std::string& text, IpBytes const& bytes);
+/// Appends the form of RFC 5952, section 4, in hexadecimal throughout.
+void appendIpv6(std::string& text, IpBytes const& bytes);
+
+}  // namespace Dorix::detail

@@ -1,0 +1,30 @@
+#include "platform/Dorix/Port.h"
+
+#include <ostream>
+
+#include "platform/Dorix/Number.h"
+#include "platform/TypeObject.h"
+
+namespace Dorix {
+
+Port::Port(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end)
+    : number_(detail::readNumber<std::uint16_t>(it, end, "a port from 0 to 65535")) {}
+
+std::uint32_t Port::hash() const {
+  Kro::Hash hash;
+  mixInto(hash);
+  return hash.value();
+}
+
+Kro::Ptr<Kro::KroType const> Port::_fwkType() {
+  static Kro::KroType const* const type = Kro::detail::immortalType("Dorix::Port");
+  return Kro::share(type);
+}
+
+std::ostream& operator<<(std::ostream& out, Port port) {
+  std::string text;
+  port.strepTo(text);
+  return out << text;
+}
+
+}  // namespace Dorix
