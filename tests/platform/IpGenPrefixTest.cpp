@@ -1,0 +1,254 @@
+#include "platform/Dorix/IpGenPrefix.h"
+
+#include <sstream>
+
+#include "tests/Contracts.h"
+#include "tests/Vectors.h"
+
+namespace {
+
+using Dorix::IpBytes;
+using Dorix::IpFamily;
+using Dorix::IpGenPrefix;
+using Kro::RangeException;
+using Kro::String8;
+using VornTest::Bytes;
+using VornTest::messageOf;
+
+IpGenPrefix prefix(std::string const& text) { return IpGenPrefix(String8(std::string_view(text))); }
+
+constexpr IpBytes allOnes() {
+  IpBytes bytes{};
+  bytes.fill(0xff);
+  return bytes;
+}
+
+TEST(IpGenPrefix, KeepsTheContractsOfValues) {
+  std::vector<IpGenPrefix> samples;
+  for (char const* text :
+       {"", "0.0.0.0/0", "0.0.0.0/32", "10.0.0.0/7", "10.0.0.0/8", "10.1.0.0/16", "127.255.255.255/32", "128.0.0.0/1",
+        "192.0.2.1/32", "255.255.255.255/32", "::/0", "::/128", "::1/128", "0:0:0:1::/64", "a00::/8", "2001:db8::/32",
+        "2001:db8::/33", "2001:db8::1/128", "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff/128"}) {
+    samples.push_back(prefix(text));
+  }
+  VornTest::checkValue(samples);
+  VornTest::checkAscending(samples);
+}
+
+TEST(IpGenPrefix, ReadsAndWritesTexts) {
+  struct Case {
+    char const* read;
+    char const* written;
+  };
+  // The examples of RFC 5952, sections 2 and 4, and what stands at the bounds of each rule.
+  for (Case const& c : std::initializer_list<Case>{
+           {"10.0.0.0/8", "10.0.0.0/8"},
+           {"255.255.255.255/32", "255.255.255.255/32"},
+           {"2001:db8:0:0:1:0:0:1/128", "2001:db8::1:0:0:1/128"},
+           {"2001:0db8:0:0:1:0:0:1/128", "2001:db8::1:0:0:1/128"},
+           {"2001:db8::1:0:0:1/128", "2001:db8::1:0:0:1/128"},
+           {"2001:db8::0:1:0:0:1/128", "2001:db8::1:0:0:1/128"},
+           {"2001:0db8::1:0:0:1/128", "2001:db8::1:0:0:1/128"},
+           {"2001:db8:0:0:1::1/128", "2001:db8::1:0:0:1/128"},
+           {"2001:DB8:0:0:1::1/128", "2001:db8::1:0:0:1/128"},
+           {"2001:db8:aaaa:bbbb:cccc:dddd:eeee:0001/128", "2001:db8:aaaa:bbbb:cccc:dddd:eeee:1/128"},
+           {"2001:db8:aaaa:bbbb:cccc:dddd::1/128", "2001:db8:aaaa:bbbb:cccc:dddd:0:1/128"},
+           {"2001:db8:0:1:1:1:1:1/128", "2001:db8:0:1:1:1:1:1/128"},
+           {"2001:0:0:1:0:0:0:1/128", "2001:0:0:1::1/128"},
+           {"0:0:1:0:0:0:0:0/48", "0:0:1::/48"},
+           {"0:0:0:0:0:0:0:0/0", "::/0"},
+           {"0:0:0:0:0:0:0:1/128", "::1/128"},
+           {"1:2:3:4:5:6:7::/128", "1:2:3:4:5:6:7:0/128"},
+           {"::2:3:4:5:6:7:8/128", "0:2:3:4:5:6:7:8/128"},
+           {"1:2:3:4:5:6:0:0/96", "1:2:3:4:5:6::/96"},
+           {"::1.2.3.4/128", "::102:304/128"},
+           {"::ffff:192.0.2.1/128", "::ffff:c000:201/128"},
+           {"1:2:3:4:5:6:192.0.2.1/128", "1:2:3:4:5:6:c000:201/128"}}) {
+    EXPECT_EQ(prefix(c.read).stringValue().view(), c.written) << c.read;
+    std::ostringstream out;
+    out << prefix(c.read);
+    EXPECT_EQ(out.str(), c.written);
+    String8 const quoted = "'" + String8(c.written) + "'";
+    EXPECT_TRUE(Dorix::valueToStrep(prefix(c.read)) == quoted) << quoted;
+  }
+  std::ostringstream unset;
+  unset << IpGenPrefix();
+  EXPECT_EQ(unset.str(), "");
+  EXPECT_EQ(Dorix::valueToStrep(IpGenPrefix()).view(), "''");
+}
+
+TEST(IpGenPrefix, RefusesTexts) {
+  for (char const* text : {"10.0.0/8",
+                           "10.0.0.0",
+                           "10.0.0.0/",
+                           "/8",
+                           "/",
+                           "10.0.0.0/33",
+                           "10.0.0.0/-1",
+                           "10.0.0.0/+8",
+                           "10.0.0.0/08",
+                           "10.0.0.0/8/8",
+                           "10.0.0.0/8 ",
+                           " 10.0.0.0/8",
+                           "10.0.0.0 /8",
+                           "10.0.0.0/0x8",
+                           "10.0.0.0/4294967304",
+                           "any",
+                           "010.0.0.0/8",
+                           "00.0.0.0/8",
+                           "256.0.0.0/8",
+                           "1000.0.0.0/8",
+                           "10.0.0.0.0/8",
+                           "10..0.0/8",
+                           ".10.0.0/8",
+                           "10.0.0./8",
+                           "0x0a.0.0.0/8",
+                           "-1.0.0.0/8",
+                           "10.0.0.0%1/8",
+                           "10.0.0.0/255.0.0.0",
+                           "167772160/8",
+                           "10.0.0.1/8",
+                           "10.0.0.0/6",
+                           "0.0.0.1/0",
+                           "10.0.0.1/31",  // bits beyond the length
+                           "::",
+                           "::/129",
+                           "::/-0",
+                           "::/007",
+                           "::1/127",
+                           "2001:db8::/28",
+                           "0:0:0:1::/63",
+                           "0:0:0:0:8000::/64",
+                           "1::/0",
+                           ":/0",
+                           ":::/0",
+                           "::1::/128",
+                           "1:::2/128",
+                           "1::2::3/128",
+                           ":1:2:3:4:5:6:7:8/128",
+                           "1:2:3:4:5:6:7:8:/128",
+                           "1:2:3:4:5:6:7/128",
+                           "1:2:3:4:5:6:7:8:9/128",
+                           "1:2:3:4::5:6:7:8/128",
+                           "::1:2:3:4:5:6:7:8/128",
+                           "12345::/16",
+                           "00001::/128",
+                           "g::/16",
+                           "-1::/16",
+                           "0x1::/128",
+                           "fe80::1%eth0/128",
+                           "[::1]/128",
+                           "1.2.3.4::/128",
+                           "::1.2.3/128",
+                           "::1.2.3.4:5/128",
+                           "::01.2.3.4/128",
+                           "::1.2.3.256/128",
+                           "1:2:3:4:5:6:7:1.2.3.4/128",
+                           "1:2:3:4:5:1.2.3.4/128",
+                           "1:2:3:4:5:6::1.2.3.4/128",
+                           "1:2/8",
+                           "::0.0.0.0.0/8"}) {
+    std::string const message = "not an IP prefix: \"" + std::string(text) + "\"";
+    EXPECT_EQ(messageOf<RangeException>([&] { prefix(text); }), message);
+    EXPECT_EQ(messageOf<RangeException>([&] { Kro::strepToValue<IpGenPrefix>("'" + String8(text) + "'"); }), message);
+  }
+  EXPECT_THROW(prefix(std::string("10.0.0.0/8\0", 11)), RangeException);
+  EXPECT_THROW(Kro::strepToValue<IpGenPrefix>("10.0.0.0/8"), RangeException) << "without quotes";
+}
+
+TEST(IpGenPrefix, ClearsBitsBeyondEachLength) {
+  for (auto const& [family, bits] : {std::pair(IpFamily::ipv4, 32U), std::pair(IpFamily::ipv6, 128U)}) {
+    for (std::uint32_t length = 0; length <= bits; ++length) {
+      IpGenPrefix const made = IpGenPrefix::fromBytes(family, allOnes(), length);
+      for (std::uint32_t bit = 0; bit < 128; ++bit) {
+        bool const isSet = (made.addressBytes()[bit / 8] >> (7 - bit % 8) & 1U) != 0;
+        ASSERT_EQ(isSet, bit < length) << "bit " << bit << " of length " << length;
+      }
+      EXPECT_EQ(made.family(), family);
+      EXPECT_EQ(made.length(), length);
+      EXPECT_TRUE(Kro::strepToValue<IpGenPrefix>(Kro::valueToStrep(made)) == made);
+
+      // In the log each bit beyond the length is an error by itself.
+      Bytes const log = VornTest::logBytes(made);
+      EXPECT_TRUE(VornTest::fromLogBytes<IpGenPrefix>(log) == made);
+      for (std::uint32_t bit = length; bit < bits; ++bit) {
+        Bytes altered = log;
+        altered[2 + bit / 8] = static_cast<std::uint8_t>(altered[2 + bit / 8] | (0x80U >> bit % 8));
+        ASSERT_THROW(VornTest::fromLogBytes<IpGenPrefix>(altered), RangeException) << "bit " << bit << " of " << length;
+      }
+    }
+  }
+}
+
+TEST(IpGenPrefix, RefusesPartsThatBreakItsRules) {
+  EXPECT_TRUE(IpGenPrefix::fromBytes(IpFamily::unset, allOnes(), 0) == IpGenPrefix()) << "unset is all zero";
+  auto const refusal = [](unsigned family, std::uint32_t length) {
+    return messageOf<RangeException>([&] { IpGenPrefix::fromBytes(static_cast<IpFamily>(family), IpBytes{}, length); });
+  };
+  EXPECT_EQ(refusal(0, 1), "not an IP prefix: length 1, expected at most 0 for family 0");
+  EXPECT_EQ(refusal(1, 33), "not an IP prefix: length 33, expected at most 32 for family 1");
+  EXPECT_EQ(refusal(2, 129), "not an IP prefix: length 129, expected at most 128 for family 2");
+  EXPECT_EQ(refusal(2, 0xffffffff), "not an IP prefix: length 4294967295, expected at most 128 for family 2");
+  EXPECT_EQ(refusal(3, 0), "not an IP prefix: family 3, expected 0, 1 or 2");
+  EXPECT_EQ(refusal(255, 0), "not an IP prefix: family 255, expected 0, 1 or 2");
+}
+
+TEST(IpGenPrefix, StandsInTheLogAsFamilyLengthAddress) {
+  EXPECT_EQ(VornTest::logBytes(IpGenPrefix()), (Bytes{0}));
+  EXPECT_EQ(VornTest::logBytes(prefix("10.1.0.0/16")), (Bytes{1, 16, 10, 1, 0, 0}));
+  EXPECT_EQ(VornTest::logBytes(prefix("2001:db8::1/128")),
+            (Bytes{2, 128, 0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}));
+  struct Case {
+    Bytes bytes;
+    char const* message;
+  };
+  for (Case const& c : std::initializer_list<Case>{
+           {{3, 0, 0, 0, 0, 0}, "not an IP prefix: family 3, expected 0, 1 or 2"},
+           {{1, 33, 0, 0, 0, 0}, "not an IP prefix: length 33, expected at most 32 for family 1"},
+           {{2, 129, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+            "not an IP prefix: length 129, expected at most 128 for family 2"},
+           {{1, 8, 10, 0, 0, 1}, "not an IP prefix: \"10.0.0.1/8\", expected no bits beyond the length"}}) {
+    EXPECT_EQ(messageOf<RangeException>([&] { VornTest::fromLogBytes<IpGenPrefix>(c.bytes); }), c.message);
+  }
+}
+
+TEST(IpGenPrefix, HashesAsTheReferenceDoes) {
+  for (auto const& row : VornTest::vectorsOf("IpGenPrefix")) {
+    EXPECT_EQ(prefix(row.fields[0] == "-" ? "" : row.fields[0]).hash(), row.hash) << row.fields[0];
+  }
+}
+
+TEST(IpGenPrefix, ContainsTheAddressesThatShareItsBits) {
+  struct Case {
+    char const* outer;
+    char const* address;
+    bool contained;
+  };
+  for (Case const& c : std::initializer_list<Case>{{"10.0.0.0/8", "10.255.255.255/32", true},
+                                                   {"10.0.0.0/8", "11.0.0.0/32", false},
+                                                   {"0.0.0.0/0", "255.255.255.255/32", true},
+                                                   {"192.0.2.1/32", "192.0.2.1/32", true},
+                                                   {"192.0.2.1/32", "192.0.2.0/32", false},
+                                                   {"128.0.0.0/1", "127.255.255.255/32", false},
+                                                   {"::/0", "ffff::1/128", true},
+                                                   {"2001:db8::/32", "2001:db8:ffff::1/128", true},
+                                                   {"2001:db8::/32", "2001:db9::/128", false},
+                                                   {"1:2:3:4::/64", "1:2:3:4:ffff::/128", true},
+                                                   {"1:2:3:4::/64", "1:2:3:5::/128", false},
+                                                   {"1:2:3:4:8000::/65", "1:2:3:4:8000::1/128", true},
+                                                   {"1:2:3:4:8000::/65", "1:2:3:4::1/128", false},
+                                                   {"::1/128", "::1/128", true},
+                                                   {"::1/128", "::/128", false}}) {
+    IpGenPrefix const outer = prefix(c.outer);
+    auto const address = prefix(c.address).ipGenAddr();
+    bool const contained = outer.family() == IpFamily::ipv4 ? outer.v4Prefix().contains(address.v4Addr())
+                                                            : outer.v6Prefix().contains(address.v6Addr());
+    EXPECT_EQ(contained, c.contained) << c.outer << " and " << c.address;
+  }
+  EXPECT_EQ(prefix("10.1.2.3/32").ipGenAddr().v4Addr().number(), 0x0a010203U);
+  EXPECT_EQ(prefix("10.1.2.3/32").v4Prefix().length(), 32U);
+  EXPECT_NE(prefix("::1/128").ipGenAddr().v6Addr(), prefix("::2/128").ipGenAddr().v6Addr());
+  EXPECT_NE(prefix("10.0.0.0/8").ipGenAddr(), prefix("a00::/8").ipGenAddr()) << "same bytes, other family";
+}
+
+}  // namespace
