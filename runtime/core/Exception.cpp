@@ -36,16 +36,6 @@ void abortOnViolation(char const* message) noexcept {
   std::abort();
 }
 
-namespace {
-
-thread_local Exception::Id expectedId = Exception::noId;
-
-}  // namespace
-
-Expect::Expect(Exception::Id id) : outer_(expectedId) { expectedId = id; }
-Expect::~Expect() { expectedId = outer_; }
-Exception::Id Expect::current() { return expectedId; }
-
 String8 format(char const* fmt, ...) {
   std::va_list measured;
   va_start(measured, fmt);

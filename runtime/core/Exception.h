@@ -104,18 +104,17 @@ class VORNACL_API ReadOnlyException : public Exception {
 /// Stops the process: for violations found where nothing can be thrown.
 [[noreturn]] VORNACL_API void abortOnViolation(char const* message) noexcept;
 
-/// Declares, for the extent of a scope, that the block may raise errors with the given identifier.
-class VORNACL_API Expect {
+/// Declares, for the extent of a scope, that the block may raise errors with the given identifier. It costs nothing.
+class Expect {
  public:
-  explicit Expect(Exception::Id id);
-  ~Expect();
+  explicit Expect(Exception::Id id) : id_(id) {}
+  ~Expect() {}
   Expect(Expect const&) = delete;
   Expect& operator=(Expect const&) = delete;
-  /// The innermost declared identifier of this thread, `Exception::noId` outside any scope.
-  static Exception::Id current();
+  Exception::Id id() const { return id_; }
 
  private:
-  Exception::Id outer_;
+  Exception::Id id_;
 };
 
 /// printf-style formatting into a new string.

@@ -12,6 +12,7 @@
 #include <type_traits>
 
 #include "runtime/core/Exception.h"
+#include "runtime/type/KroType.h"
 
 namespace Kro {
 
@@ -72,6 +73,17 @@ E enumeratorOf(String8 const& name) {
     }
   }
   throwRangeException(String8(enumerationName<E>()));
+}
+
+/// The type object of an enumeration, made on first use.
+template <Enumeration E>
+Ptr<KroType const> enumerationType() {
+  static KroType const* const type = [] {
+    auto* const made = new KroType(String8(kroEnumerators(E{}).typeName));
+    made->referencesLeak();
+    return made;
+  }();
+  return share(type);
 }
 
 /// Writes `stringValue`.

@@ -55,6 +55,10 @@ class VORNACL_API Value {
   friend bool operator>=(X const& a, X const& b) { return !(a < b); }
 };
 
+/// Reads a bare number into a value with the single attribute `value`, truncated to its width.
+template <class X>
+void readBareNumber(X& value, String8::IteratorConst& it, String8::IteratorConst const& end);
+
 /// Reads the text form of a record into `value`, which holds its defaults.
 template <class X>
 void readRecord(X& value, String8::IteratorConst& it, String8::IteratorConst const& end);

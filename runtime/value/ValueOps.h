@@ -103,4 +103,9 @@ void readRecord(X& value, String8::IteratorConst& it, String8::IteratorConst con
   }
 }
 
+template <class X>
+void readBareNumber(X& value, String8::IteratorConst& it, String8::IteratorConst const& end) {
+  detail::readNamedField(value, "value", it, end, StoredPositions<X>());
+}
+
 }  // namespace Kro

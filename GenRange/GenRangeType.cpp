@@ -1,0 +1,9 @@
+#include "GenRange/GenRangeType.h"
+
+namespace Vorn {
+
+GenRangeType GenRangeTypeInstance(unsigned number) { return Kro::enumeratorOf<GenRangeType>(number); }
+GenRangeType GenRangeTypeInstance(Kro::String8 const& name) { return Kro::enumeratorOf<GenRangeType>(name); }
+Kro::Ptr<Kro::KroType const> _fwkType_GenRangeType() { return Kro::enumerationType<GenRangeType>(); }
+
+}  // namespace Vorn

@@ -1,0 +1,15 @@
+#include "VornAclTable/MacRuleConfig.h"
+
+#include "runtime/value/ValueOps.h"
+
+template class Kro::Value<Vorn::MacRuleConfig>;
+
+namespace Vorn {
+
+MacRuleConfig::MacRuleConfig(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) {
+  Kro::readRecord(*this, it, end);
+}
+MacRuleConfig::MacRuleConfig(Kro::NboAttrLog::In* in, Kro::StreamBogon)
+    : MacRuleConfig(Kro::NboAttrLog::nextValue<MacRuleConfig>(*in)) {}
+
+}  // namespace Vorn

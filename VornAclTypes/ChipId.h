@@ -1,0 +1,33 @@
+// The number of a chip.
+#pragma once
+
+#include "GenRange/VornNames.h"
+
+namespace Vorn {
+
+/// Names a chip, 0 to 65535. Its text is the bare number; a larger one in text is truncated to 16 bits.
+class VORNACL_API ChipId : public Kro::Value<ChipId> {
+ public:
+  ChipId() = default;
+  ChipId(std::uint16_t value) : value_(value) {}
+  ChipId(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end);
+  ChipId(Kro::NboAttrLog::In* in, Kro::StreamBogon);
+
+  std::uint16_t value() const { return value_; }
+  void strepTo(std::string& text) const { Kro::appendInteger(text, value_); }
+  bool operator==(ChipId const&) const = default;
+
+  struct Attributes;
+
+ private:
+  std::uint16_t value_ = 0;
+};
+
+struct ChipId::Attributes {
+  using T = ChipId;
+  static constexpr std::string_view typeName = "Vorn::ChipId";
+  static constexpr auto all = Kro::list(Kro::stored(2, "value", &T::value_), Kro::function(3, "hash", &T::hash));
+};
+static_assert(Kro::isWhollyDescribed<ChipId>());
+
+}  // namespace Vorn
