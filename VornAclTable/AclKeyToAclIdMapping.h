@@ -1,0 +1,104 @@
+// The mapping from external ACL keys to ACL identifiers.
+#pragma once
+
+#include "VornAclTypes/AclId.h"
+#include "platform/Zil/AclKey.h"
+#include "runtime/entity/EntityAttributes.h"
+#include "runtime/entity/NotifieeOf.h"
+
+namespace Vorn {
+
+/// Translates the key by which other parts of a system name an ACL into the model's `AclId`. Iteration is in ascending
+/// order of the keys. Every change of an entry adds 1 to the mutation counter and tells the observers its key.
+class VORNACL_API AclKeyToAclIdMapping : public Kro::Entity {
+ public:
+  class NotifieeConst;
+  class Notifiee;
+  class KroNboAttrLogSa;
+  struct Attributes;
+
+  /// Member record of `keyToId`.
+  class VORNACL_API KroKeyToId final : public Kro::RbTreeNode<Zil::AclKey, AclId> {
+   public:
+    using RbTreeNode::RbTreeNode;
+  };
+  using KeyToIdMap = Kro::RbTreeMap<KroKeyToId, Zil::AclKey, AclId>;
+  using Observers = Kro::ObserverList<Kro::NotifieeOf<AclKeyToAclIdMapping, Zil::AclKey>>;
+
+  explicit AclKeyToAclIdMapping(Kro::Name name);
+  ~AclKeyToAclIdMapping() override;
+
+  /// The mapped id, or the default `AclId` for an absent key; counts one read.
+  AclId keyToId(Zil::AclKey const& key) const;
+  /// Number of entries; counts one read.
+  std::uint32_t keyToIdSize() const;
+  /// The map itself, for iterators, `operator[]` and `startAt`; counts nothing.
+  KeyToIdMap const& keyToIdMap() const { return keyToId_; }
+  /// An iterator at the first entry, for the iterator remover.
+  KeyToIdMap::Iterator keyToIdIterator() { return KeyToIdMap::Iterator(keyToId_); }
+
+  /// Sets one entry; an equal id changes nothing.
+  void keyToIdIs(Zil::AclKey const& key, AclId const& id);
+  /// Stores an entry without counting or telling it. Callers use `keyToIdIs`.
+  Kro::Ptr<KroKeyToId> newKeyToId(Zil::AclKey const& key, AclId const& id);
+  /// Removes an entry and returns its id; the default `AclId` where there is none. `key` may be the entry's own.
+  AclId keyToIdDel(Zil::AclKey const& key);
+  AclId keyToIdDel(KeyToIdMap::Iterator& iterator);
+  /// Removes every entry, in ascending order, each counted and told by itself.
+  void keyToIdDelAll();
+  /// Tells the observers that the entry of this key changed.
+  void keyToIdNotify(Zil::AclKey const& key);
+
+  /// Whether another mapping holds the same entries; an absent key counts as the default `AclId` there.
+  bool equal(Kro::Ptr<AclKeyToAclIdMapping const> const& keyToIdMapping) const;
+
+  void zeroReferencesIs(bool) override;
+  Kro::Ptr<Kro::KroType const> fwkType() const override { return _fwkType(); }
+  static Kro::Ptr<Kro::KroType const> _fwkType();
+  unsigned auditErrors(unsigned level) const override;
+  Kro::String8 attributeString(Kro::AttributeId id) const override;
+  using Entity::kroNboAttrLogSa;
+  bool kroHasAttrLogInterface() const override { return true; }
+  Kro::Ptr<Entity::KroNboAttrLogSa> kroNboAttrLogSaIs(Kro_BitSet flags, unsigned mask,
+                                                      Kro::Ptr<Kro::NboAttrLog::Out> const& out,
+                                                      Kro::PtrInterface* parent) override;
+
+  Observers& kroObservers() const { return observers_; }
+
+ private:
+  KeyToIdMap keyToId_;
+  mutable Observers observers_;
+};
+
+/// A new mapping without parent.
+VORNACL_API Kro::Ptr<AclKeyToAclIdMapping> aclKeyToAclIdMappingFactory(Kro::Name name);
+
+/// Observes an `AclKeyToAclIdMapping` without changing it.
+class VORNACL_API AclKeyToAclIdMapping::NotifieeConst : public Kro::NotifieeOf<AclKeyToAclIdMapping, Zil::AclKey> {
+ public:
+  ~NotifieeConst() override;
+  /// The entry of this key was set, changed or removed; only this keyed form is called by the entity.
+  virtual void onKeyToId(Zil::AclKey const&) {}
+  virtual void onKeyToIdkroImmediate() {}
+  virtual void onKeyToId() {}
+};
+
+/// Observes an `AclKeyToAclIdMapping`.
+class VORNACL_API AclKeyToAclIdMapping::Notifiee : public AclKeyToAclIdMapping::NotifieeConst {
+ public:
+  ~Notifiee() override;
+};
+
+struct AclKeyToAclIdMapping::Attributes {
+  using T = AclKeyToAclIdMapping;
+  using N = T::NotifieeConst;
+  static constexpr std::string_view typeName = "Vorn::AclKeyToAclIdMapping";
+  static constexpr bool isNamed = true;
+  static constexpr auto keyToId = Kro::values<258>("keyToId", &T::keyToId_, &T::keyToIdIs, &T::keyToIdDel,
+                                                   &T::keyToIdDel, &T::keyToIdNotify, &N::onKeyToId);
+  static constexpr auto equal = Kro::operation<259>("equal", &T::equal, "keyToIdMapping");
+  static constexpr auto all = std::tuple(keyToId, equal);
+};
+static_assert(Kro::hasRunningIds<AclKeyToAclIdMapping>());
+
+}  // namespace Vorn
