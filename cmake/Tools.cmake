@@ -1,5 +1,6 @@
-# tools/<name>/*.cpp makes the program vornacl-<name>; tools/common/*.cpp is what several of them share (and what
-# the tests can link); examples/*.cpp makes one program each, which runs to its end by itself.
+# tools/<name>/*.cpp makes the program vornacl-<name>, everything but its main.cpp the library vornacl-<name>-lib, so that
+# the tests can link it; tools/common/*.cpp is what several of them share; examples/*.cpp makes one program each, which
+# runs to its end by itself.
 if(VORNACL_TOOLS OR VORNACL_TESTS OR VORNACL_BENCH)
   vornacl_glob(common_sources "tools/common/*.cpp")
   if(common_sources)
@@ -20,8 +21,13 @@ if(VORNACL_TOOLS)
     get_filename_component(name "${folder}" NAME)
     set(sources ${tool_sources})
     list(FILTER sources INCLUDE REGEX "/tools/${name}/[^/]*$")
-    vornacl_program(vornacl-${name} ${sources})
-    target_link_libraries(vornacl-${name} PRIVATE
+    list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
+    vornacl_program(vornacl-${name} tools/${name}/main.cpp)
+    if(sources)
+      add_library(vornacl-${name}-lib STATIC ${sources})
+      target_link_libraries(vornacl-${name}-lib PUBLIC VornAcl::VornAcl PRIVATE VornAclWarnings)
+    endif()
+    target_link_libraries(vornacl-${name} PRIVATE $<TARGET_NAME_IF_EXISTS:vornacl-${name}-lib>
       $<TARGET_NAME_IF_EXISTS:VornAclToolsCommon>
       $<TARGET_NAME_IF_EXISTS:fmt::fmt> $<TARGET_NAME_IF_EXISTS:CLI11::CLI11>)
     list(APPEND VORNACL_TOOL_TARGETS vornacl-${name})
