@@ -60,11 +60,9 @@ class VORNACL_API EthAddr {
 
  private:
   constexpr std::uint64_t number() const {
-    std::uint64_t all = 0;
-    for (std::uint8_t const byte : bytes_) {
-      all = (all << 8) | byte;
-    }
-    return all;
+    // Written out, since g++ makes a loop of a loop.
+    return std::uint64_t{bytes_[0]} << 40 | std::uint64_t{bytes_[1]} << 32 | std::uint64_t{bytes_[2]} << 24 |
+           std::uint64_t{bytes_[3]} << 16 | std::uint64_t{bytes_[4]} << 8 | std::uint64_t{bytes_[5]};
   }
 
   Bytes bytes_{};

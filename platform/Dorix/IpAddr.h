@@ -2,10 +2,9 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
-
-#include "runtime/stream/In.h"
 
 namespace Dorix {
 
@@ -27,21 +26,28 @@ struct IpWords {
   std::uint64_t low = 0;
 };
 
-inline IpWords wordsOf(IpBytes const& bytes) {
-  return {Kro::loadBigEndian<std::uint64_t>(bytes.data()), Kro::loadBigEndian<std::uint64_t>(bytes.data() + 8)};
+/// Eight bytes as a number. Written out, since both compilers make one load and one swap of it, g++ a loop of a loop.
+constexpr std::uint64_t wordAt(std::uint8_t const* from) {
+  return std::uint64_t{from[0]} << 56 | std::uint64_t{from[1]} << 48 | std::uint64_t{from[2]} << 40 |
+         std::uint64_t{from[3]} << 32 | std::uint64_t{from[4]} << 24 | std::uint64_t{from[5]} << 16 |
+         std::uint64_t{from[6]} << 8 | std::uint64_t{from[7]};
 }
 
+constexpr IpWords wordsOf(IpBytes const& bytes) { return {wordAt(bytes.data()), wordAt(bytes.data() + 8)}; }
+
 /// A number whose first `n` bits are set; all of them from 64 on.
-constexpr std::uint64_t leadingOnes(std::uint32_t n) {
-  if (n == 0) {
-    return 0;  // a shift by the whole width has no meaning
-  }
-  return n >= 64 ? ~std::uint64_t{0} : ~std::uint64_t{0} << (64 - n);
-}
+constexpr std::uint64_t leadingOnes(std::uint32_t n) { return n >= 64 ? ~std::uint64_t{0} : ~(~std::uint64_t{0} >> n); }
 
 /// The first `length` of 128 bits set.
 constexpr IpWords maskOf(std::uint32_t length) {
-  return {leadingOnes(length), length > 64 ? leadingOnes(length - 64) : 0};
+  return {leadingOnes(length), leadingOnes(length < 64 ? 0 : length - 64)};
+}
+
+/// The same sixteen bytes. The library's comparison of arrays ends in a call that costs more than all else here.
+constexpr bool sameBytes(IpBytes const& a, IpBytes const& b) {
+  auto const x = std::bit_cast<std::array<std::uint64_t, 2>>(a);
+  auto const y = std::bit_cast<std::array<std::uint64_t, 2>>(b);
+  return ((x[0] ^ y[0]) | (x[1] ^ y[1])) == 0;
 }
 
 }  // namespace detail
@@ -69,7 +75,7 @@ class Ip6Addr {
 
   constexpr IpBytes const& bytes() const { return bytes_; }
 
-  friend constexpr bool operator==(Ip6Addr const&, Ip6Addr const&) = default;
+  friend constexpr bool operator==(Ip6Addr const& a, Ip6Addr const& b) { return detail::sameBytes(a.bytes_, b.bytes_); }
 
  private:
   IpBytes bytes_{};
@@ -105,7 +111,7 @@ class Ip6Prefix {
   constexpr std::uint32_t length() const { return length_; }
 
   /// The first `length()` bits of the address are those of the prefix.
-  bool contains(Ip6Addr const& addr) const {
+  constexpr bool contains(Ip6Addr const& addr) const {
     detail::IpWords const mask = detail::maskOf(length_);
     detail::IpWords const mine = detail::wordsOf(addr_.bytes());
     detail::IpWords const other = detail::wordsOf(addr.bytes());
@@ -125,11 +131,13 @@ class IpGenAddr {
 
   constexpr IpFamily family() const { return family_; }
   /// The IPv4 address; meaningful for that family only.
-  Ip4Addr v4Addr() const { return Ip4Addr(Kro::loadBigEndian<std::uint32_t>(bytes_.data())); }
+  constexpr Ip4Addr v4Addr() const { return Ip4Addr(static_cast<std::uint32_t>(detail::wordAt(bytes_.data()) >> 32)); }
   /// The IPv6 address; meaningful for that family only.
   constexpr Ip6Addr v6Addr() const { return Ip6Addr(bytes_); }
 
-  friend constexpr bool operator==(IpGenAddr const&, IpGenAddr const&) = default;
+  friend constexpr bool operator==(IpGenAddr const& a, IpGenAddr const& b) {
+    return a.family_ == b.family_ && detail::sameBytes(a.bytes_, b.bytes_);
+  }
 
  private:
   IpFamily family_ = IpFamily::unset;

@@ -26,7 +26,7 @@ IpGenPrefix::IpGenPrefix(Kro::String8 const& text) {
   family_ = isIpv6 ? IpFamily::ipv6 : IpFamily::ipv4;
   if (slash == std::string_view::npos || !detail::readDecimal(all.substr(slash + 1), maxLength(family_), length_) ||
       !(isIpv6 ? detail::readIpv6(address, bytes_) : detail::readIpv4(address, bytes_.data())) ||
-      hasBitsBeyondLength()) {
+      hasBitsBeyond(detail::wordsOf(bytes_), length_)) {
     throwNoPrefix(text);
   }
 }

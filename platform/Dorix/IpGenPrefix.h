@@ -38,13 +38,15 @@ class VORNACL_API IpGenPrefix {
 
   constexpr IpGenAddr ipGenAddr() const { return {family_, bytes_}; }
   /// The IPv4 prefix; meaningful for that family only.
-  Ip4Prefix v4Prefix() const { return {ipGenAddr().v4Addr(), length_}; }
+  constexpr Ip4Prefix v4Prefix() const { return {ipGenAddr().v4Addr(), length_}; }
   /// The IPv6 prefix; meaningful for that family only.
   constexpr Ip6Prefix v6Prefix() const { return {Ip6Addr(bytes_), length_}; }
 
-  friend constexpr bool operator==(IpGenPrefix const&, IpGenPrefix const&) = default;
+  friend constexpr bool operator==(IpGenPrefix const& a, IpGenPrefix const& b) {
+    return a.family_ == b.family_ && a.length_ == b.length_ && detail::sameBytes(a.bytes_, b.bytes_);
+  }
   /// By family, address bytes, length.
-  friend bool operator<(IpGenPrefix const& a, IpGenPrefix const& b) {
+  friend constexpr bool operator<(IpGenPrefix const& a, IpGenPrefix const& b) {
     if (a.family_ != b.family_) {
       return a.family_ < b.family_;
     }
@@ -52,9 +54,9 @@ class VORNACL_API IpGenPrefix {
     detail::IpWords const y = detail::wordsOf(b.bytes_);
     return x.high != y.high ? x.high < y.high : x.low != y.low ? x.low < y.low : a.length_ < b.length_;
   }
-  friend bool operator<=(IpGenPrefix const& a, IpGenPrefix const& b) { return !(b < a); }
-  friend bool operator>(IpGenPrefix const& a, IpGenPrefix const& b) { return b < a; }
-  friend bool operator>=(IpGenPrefix const& a, IpGenPrefix const& b) { return !(a < b); }
+  friend constexpr bool operator<=(IpGenPrefix const& a, IpGenPrefix const& b) { return !(b < a); }
+  friend constexpr bool operator>(IpGenPrefix const& a, IpGenPrefix const& b) { return b < a; }
+  friend constexpr bool operator>=(IpGenPrefix const& a, IpGenPrefix const& b) { return !(a < b); }
 
   /// Murmur hash of family (1 byte), address (16 bytes) and length (4 bytes, low byte first).
   std::uint32_t hash() const;
@@ -80,7 +82,10 @@ class VORNACL_API IpGenPrefix {
   static constexpr std::uint32_t maxLength(IpFamily family) {
     return family == IpFamily::ipv6 ? ipv6Bits : family == IpFamily::ipv4 ? ipv4Bits : 0;
   }
-  inline bool hasBitsBeyondLength() const;
+  static constexpr bool hasBitsBeyond(detail::IpWords words, std::uint32_t length) {
+    detail::IpWords const mask = detail::maskOf(length);
+    return ((words.high & ~mask.high) | (words.low & ~mask.low)) != 0;
+  }
   [[noreturn]] static void throwFamily(IpFamily family);
   [[noreturn]] static void throwLength(IpFamily family, std::uint32_t length);
   [[noreturn]] void throwBitsBeyondLength() const;
@@ -93,12 +98,6 @@ static_assert(sizeof(IpGenPrefix) == 24);
 
 /// Writes the bare text, nothing when unset.
 VORNACL_API std::ostream& operator<<(std::ostream& out, IpGenPrefix const& prefix);
-
-inline bool IpGenPrefix::hasBitsBeyondLength() const {
-  detail::IpWords const words = detail::wordsOf(bytes_);
-  detail::IpWords const mask = detail::maskOf(length_);
-  return ((words.high & ~mask.high) | (words.low & ~mask.low)) != 0;
-}
 
 inline std::uint8_t* IpGenPrefix::logTo(std::uint8_t* to) const {
   *to++ = static_cast<std::uint8_t>(family_);
@@ -127,12 +126,18 @@ inline IpGenPrefix IpGenPrefix::fromLog(Kro::InCursor& in) {
   if (prefix.length_ > maxLength(prefix.family_)) [[unlikely]] {
     throwLength(prefix.family_, prefix.length_);
   }
+  // The bits are judged where they stand: loaded as a word from where they were just stored in parts they are slow.
+  detail::IpWords words;
   if (prefix.family_ == IpFamily::ipv4) {
-    std::memcpy(prefix.bytes_.data(), in.bytes(4).data(), 4);
+    std::uint8_t const* const from = in.bytes(4).data();
+    words.high = std::uint64_t{Kro::loadBigEndian<std::uint32_t>(from)} << 32U;
+    std::memcpy(prefix.bytes_.data(), from, 4);
   } else {
-    std::memcpy(prefix.bytes_.data(), in.bytes(16).data(), 16);
+    std::uint8_t const* const from = in.bytes(16).data();
+    words = {detail::wordAt(from), detail::wordAt(from + 8)};
+    std::memcpy(prefix.bytes_.data(), from, 16);
   }
-  if (prefix.hasBitsBeyondLength()) [[unlikely]] {
+  if (hasBitsBeyond(words, prefix.length_)) [[unlikely]] {
     prefix.throwBitsBeyondLength();
   }
   return prefix;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "runtime/stream/In.h"
 #include "runtime/value/Text.h"
 
 namespace Dorix::detail {
