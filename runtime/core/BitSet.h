@@ -12,6 +12,9 @@ class BitSet {
   static_assert(bits > 0 && bits <= static_cast<int>(sizeof(Word) * 8), "the word must have room for all flags");
 
  public:
+  BitSet() = default;
+  /// The flags that are set in a word.
+  explicit BitSet(Word word) : word_(word) {}
   void set(int pos) { word_ |= mask(pos); }
   void reset(int pos) { word_ &= ~mask(pos); }
   bool test(int pos) const { return (word_ & mask(pos)) != 0; }

@@ -92,6 +92,9 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   NboAttrLog::Demuxer* streamDemuxer() const { return demuxer_; }
   EntityId entityId() const { return entityId_; }
   virtual EntityId realEntityId() const { return entityId_; }
+  /// The number of this end's message that announced the entity last, 0 where the peer announced it.
+  std::uint64_t announcedAt() const { return announcedAt_; }
+  void announcedAtIs(std::uint64_t message) { announcedAt_ = message; }
   /// The entity; alive as long as the adapter.
   Ptr<Entity> kroNotifierEntity() const { return entity_; }
   Entity& rawEntity() const { return *entity_; }
@@ -126,8 +129,12 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   virtual void doNotification(AttributeId id, void* key) = 0;
   virtual void syncModeIs(SyncMode mode);
   virtual void doRemountSelf(Ptr<NboAttrLog::Out> const& out);
+  /// Whether messages about this attribute (negated or not) are understood.
+  virtual bool knowsAttribute(AttributeId id) const = 0;
   /// Drops the marks of a whole transfer into attribute `id` of this entity.
   virtual void sweepMarksDel(AttributeId id) = 0;
+  /// An entity was announced that a reference held here may wait for.
+  virtual void targetAnnounced(Entity const& target);
   /// Consistency errors of the adapter itself.
   virtual unsigned audit() const;
 
@@ -219,6 +226,7 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   AttributeId sweeping_ = 0;
   bool yielding_ = false;
   std::uint64_t lastSent_ = 0;  ///< number of the last message about this entity
+  std::uint64_t announcedAt_ = 0;
   Waiting waiting_;
 };
 

@@ -11,6 +11,8 @@
 
 namespace Kro::NboAttrLog {
 
+class Demuxer;
+
 /// Output stream of one connection. A message is a header given by `nextHeaderIs`, the token 1, payload fields written
 /// with `<<`, and the token 3. Single-threaded.
 class VORNACL_API Out : public Connection::Out {
@@ -48,6 +50,14 @@ class VORNACL_API Out : public Connection::Out {
   /// Everything before `end` has been written.
   void endIs(std::uint8_t* end) { end_ = end; }
 
+  /// A message was written to `room` in one piece, header included, up to `end`.
+  void messageWritten(std::uint8_t* end) {
+    ++messages_;
+    bytes_ += static_cast<std::uint64_t>(end - end_);
+    end_ = end;
+  }
+  std::uint32_t maxPayload() const { return maxPayload_; }
+
   /// What was written and not yet taken, in one piece; valid until the next call that writes or takes.
   std::span<std::uint8_t const> pending() const { return {begin_, end_}; }
   std::size_t length() const { return static_cast<std::size_t>(end_ - begin_); }
@@ -67,6 +77,10 @@ class VORNACL_API Out : public Connection::Out {
   /// The input that the peer's messages to these entities arrive on, null while there is none.
   Ptr<In> reverseLog() const { return reverse_; }
   void reverseLogIs(Ptr<In> const& in) { reverse_ = in; }
+
+  /// The demultiplexer of the same connection, null while there is none.
+  Demuxer* demuxer() const { return demuxer_; }
+  void demuxerIs(Demuxer* demuxer) { demuxer_ = demuxer; }
 
   /// A name of the peer for texts.
   String8 const& peerName() const { return peerName_; }
@@ -88,6 +102,7 @@ class VORNACL_API Out : public Connection::Out {
   std::uint64_t messages_ = 0;
   std::uint64_t bytes_ = 0;
   Ptr<In> reverse_;
+  Demuxer* demuxer_ = nullptr;
   String8 peerName_;
 };
 

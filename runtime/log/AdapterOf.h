@@ -1,0 +1,207 @@
+// The state adapter of an entity type, derived from the type's attribute list: each algorithm of the attribute log
+// stands once and takes the descriptor. The type's own adapter class adds the members with names.
+//
+// Which side decides. The end that announced an entity (gave its id) alone sends whole transfers of it and settles
+// conflicts: what it last said about a key stands until the peer has applied it. The other end applies every word.
+#pragma once
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+#include "runtime/entity/EntityOps.h"
+#include "runtime/log/Demuxer.h"
+#include "runtime/log/FlowOutOf.h"
+#include "runtime/value/Codec.h"
+
+namespace Kro::NboAttrLog {
+
+namespace detail {
+
+/// The target of a record of references, or the record's value or member itself.
+template <class D, class Record>
+auto elementOf(Record& record) {
+  if constexpr (D::kind == AttributeKind::values) {
+    return &record.value();
+  } else if constexpr (D::kind == AttributeKind::members) {
+    return share(&record);
+  } else {
+    return record.referenced();
+  }
+}
+
+template <class D, class Record>
+typename D::Key keyOf(Record const& record) {
+  if constexpr (D::kind == AttributeKind::values) {
+    return record.key();
+  } else {
+    return Record::KroHashLink::key(record);
+  }
+}
+
+}  // namespace detail
+
+/// The state adapter of entity type `X`.
+template <class X>
+class AdapterOf : public Entity::KroNboAttrLogSa {
+ public:
+  using Flow = FlowOutOf<X>;
+  /// The bits of the state word that a child's adapter takes over from its parent's.
+  static constexpr std::uint32_t inheritedBits = readOnlyBit | readOnlyRemoteBit | deferredBit | forceDeferBit;
+
+  ~AdapterOf() override {
+    if (isRegistered()) {
+      retire();
+    }
+  }
+
+  X& entity() const { return static_cast<X&>(rawEntity()); }
+  Flow& flow() const { return static_cast<Flow&>(*flowOut()); }
+
+  AttributeId handleAttrFlowOut(AttributeId from) override;
+  void freeResyncState(FlowOut& flowOut) override;
+  void kroInstantiateSerialize() override;
+  void doSerializeOrphan() override;
+  void handleAttrDeserialization(AttributeId id, DeserializationOptions options, unsigned n,
+                                 Ptr<In> const& in) override;
+  void handleAttrTransaction(AttributeId id, AttrTransactionType type, unsigned n) override;
+  void flowOutIs(AttributeId from) override { flowOutStored(adopt(new Flow(from))); }
+  void doNotification(AttributeId id, void* key) override;
+  void syncModeIs(SyncMode mode) override;
+  bool knowsAttribute(AttributeId id) const override;
+  void sweepMarksDel(AttributeId id) override;
+  void targetAnnounced(Entity const& target) override;
+  unsigned audit() const override;
+
+ protected:
+  AdapterOf(Kro_BitSet flags, X& entity, Ptr<Out> const& out, PtrInterface* parent)
+      : KroNboAttrLogSa(flags.word(), entity, out, dynamic_cast<KroNboAttrLogSa*>(parent)) {}
+
+  /// Links the adapter into the entity's observer list; `registration` forwards each handler to it.
+  void registrationIs(Ptr<typename X::Notifiee> const& registration) {
+    registration_ = registration;
+    registration->isRegisteredNotifieeIs(true);
+    registration->notifierIs(Ptr<PtrInterface const>(share(&rawEntity())));
+    registration->isWeakReferenceIs(true);
+  }
+  void registrationDel() override {
+    if (Ptr<typename X::Notifiee> const registration = std::move(registration_)) {
+      demuxerMarksGone();
+      registration->notifierIs(nullptr);
+    }
+  }
+
+  // --- handlers: what the entity tells ---
+  template <class D>
+  void handleScalar(D const& d);
+  template <class D>
+  void handleChild(D const& d);
+  template <class D>
+  void handleKey(D const& d, typename D::Key const& key);
+
+  // --- writers ---
+  template <class D>
+  void serializeValue(D const& d, typename D::Key const& key, typename D::Element const* value);
+  template <class D>
+  void serializeEntity(D const& d, typename D::Key const& key, Ptr<typename D::Element> const& member);
+  template <class D>
+  void serializeReference(D const& d, typename D::Key const& key, Ptr<typename D::Element const> const& target);
+  template <class D>
+  bool serializeCollection(D const& d);
+
+  // --- adapters of children ---
+  template <class D>
+  Ptr<KroNboAttrLogSa> childAdapter(D const&, Entity const& child) const {
+    return const_cast<Entity&>(child).kroNboAttrLogSa(Ptr<Out const>(nboAttrLogOut()));
+  }
+  /// Finds or makes the child's adapter and writes its creation message, unless it was announced.
+  template <class D>
+  Ptr<KroNboAttrLogSa> announceChild(D const& d, std::uint32_t flags,
+                                     typename D::Type const& child) requires(D::kind == AttributeKind::child) {
+    return announce(d, flags, const_cast<typename D::Type&>(child), child.name());
+  }
+  template <class D>
+  Ptr<KroNboAttrLogSa> announceMember(D const& d, std::uint32_t flags, typename D::Element& member);
+  template <class D>
+  Ptr<KroNboAttrLogSa> childAdapterDel(D const&, Entity& child) {
+    return child.kroNboAttrLogSaDel(Ptr<Out const>(nboAttrLogOut()));
+  }
+
+ private:
+  MsgHeader headerOf(AttributeId id, bool firstFlag, std::uint8_t size = 0, std::uint16_t code = 0) const {
+    return MsgHeader{entityId(), id, firstFlag, size, code, false};
+  }
+  /// Writes a message whole: its room is made first, so that it is never left half written.
+  template <class... Fields>
+  void write(MsgHeader const& header, Fields const&... fields);
+  template <class D, class C, class... P>
+  Ptr<KroNboAttrLogSa> announce(D const& d, std::uint32_t flags, C& child, P const&... parameters);
+
+  // --- marks ---
+  template <class D>
+  void markKey(D const& d, typename D::Key const& key, bool removalOwed) noexcept;
+  template <class D>
+  void markBit(D const& d) noexcept;
+  template <class D>
+  DirtyMark takeKey(D const& d, typename D::Key const& key);
+  template <class D>
+  void wroteKey(D const&, typename D::Key const& key);
+  void demuxerMarksGone();
+
+  template <class D>
+  void writeKeyOf(D const& d, typename D::Key const& key);
+  template <class D>
+  void reannounceMembers(D const& d);
+  template <class D>
+  bool walkDirtyKeys(D const& d);
+  template <class D>
+  bool walkWhole(D const& d);
+  template <class D>
+  bool flowOutAttribute(D const& d, AttributeId from, AttributeId& resumeAt);
+
+  // --- applying what the peer wrote ---
+  /// All fields were read: nothing may be left over, and what is thrown from now on is no fault of the peer.
+  void startApplying(In& in);
+  void dispatchMessage(AttributeId id, In& in, bool given);
+  template <class D>
+  void deserialize(D const& d, bool removal, In& in, bool given);
+  template <class D>
+  void deserializeScalar(D const& d, In& in, bool given);
+  template <class D>
+  void deserializeValue(D const& d, bool removal, In& in, bool given);
+  template <class D>
+  void deserializeReference(D const& d, bool removal, In& in, bool given);
+  template <class D>
+  void deserializeMember(D const& d, bool removal, In& in, bool given);
+  template <class D>
+  void deserializeChild(D const& d, bool removal, In& in, bool given);
+  template <class D, class Case>
+  void applyCreation(D const& d, EntityId id, In& in, Case const& creation);
+  void bindChild(Entity& child);
+  template <class D>
+  bool isOvertaken(D const& d, typename D::Key const& key);
+  template <class D>
+  bool isChildOvertaken(D const& d);
+  template <class D>
+  void peerWroteKey(D const& d, typename D::Key const& key);
+  template <class D>
+  void confirmKey(D const& d, typename D::Key const& key);
+  AttributeId resolveList(AttributeId id, In& in);
+  void deserializeSyncMode(In& in);
+
+  template <class D>
+  void markForSweep(D const& d);
+  template <class D>
+  void sweep(D const& d);
+  template <class D>
+  void clearSweepMarks(D const& d);
+
+  Ptr<typename X::Notifiee> registration_;
+  EntityId pendingChildId_;  ///< of the creation that is being applied, null once it was given to a child
+  std::size_t listEnd_ = 0;  ///< where a payload that came through an attribute list ends, 0 for any other
+};
+
+}  // namespace Kro::NboAttrLog
+
+#include "runtime/log/AdapterInput.h"
+#include "runtime/log/AdapterOutput.h"

@@ -1,0 +1,129 @@
+// Type objects of entity types, found by their full name when a root arrives.
+#pragma once
+
+#include <span>
+
+#include "runtime/entity/EntityAttributes.h"
+#include "runtime/log/AdapterOf.h"
+#include "runtime/type/KroType.h"
+
+namespace Kro {
+
+/// Describes one entity type: makes its entities from a root creation message.
+class VORNACL_API EntityType : public KroType {
+ public:
+  explicit EntityType(String8 fullName);
+  ~EntityType() override;
+
+  /// The entity type of that full name, or null.
+  static EntityType const* find(String8 const& fullName);
+  /// The first entity type; the others follow through `next()`.
+  static EntityType const* first();
+  EntityType const* next() const { return next_; }
+
+  /// Reads the constructor parameters and makes an entity without parent.
+  virtual Ptr<Entity> newEntity(NboAttrLog::In& in, Entity::Kro_BitSet flags, unsigned n,
+                                PtrInterface* parent) const = 0;
+  /// Reads the constructor parameters and yields the first of the offered entities that is of this type and has them,
+  /// else a new entity.
+  virtual Ptr<Entity> boundOrNew(NboAttrLog::In& in, std::span<Ptr<Entity> const> offered) const = 0;
+
+ private:
+  EntityType const* next_;
+};
+
+/// The type object of entity type `X`, derived from its attribute list.
+template <class X>
+class EntityTypeOf final : public EntityType {
+ public:
+  EntityTypeOf() : EntityType(String8(X::Attributes::typeName)) {}
+
+  Ptr<Entity> newEntity(NboAttrLog::In& in, Entity::Kro_BitSet, unsigned, PtrInterface*) const override {
+    return make(readAll(in));
+  }
+  Ptr<Entity> boundOrNew(NboAttrLog::In& in, std::span<Ptr<Entity> const> offered) const override {
+    auto const all = readAll(in);
+    for (Ptr<Entity> const& candidate : offered) {
+      if (auto* const entity = dynamic_cast<X*>(candidate.get()); entity != nullptr && hasAll(*entity, all)) {
+        return candidate;
+      }
+    }
+    return make(all);
+  }
+
+ private:
+  using Positions = PositionsOfKind<X, AttributeKind::parameter>;
+
+  template <std::size_t... I>
+  static auto readAll(NboAttrLog::In& in, std::index_sequence<I...>) {
+    if constexpr (X::Attributes::isNamed) {
+      return std::tuple{NboAttrLog::nextValue<Name>(in),
+                        NboAttrLog::nextValue<typename EntityAttributeType<X, I>::Type>(in)...};
+    } else {
+      return std::tuple{NboAttrLog::nextValue<typename EntityAttributeType<X, I>::Type>(in)...};
+    }
+  }
+  static auto readAll(NboAttrLog::In& in) { return readAll(in, Positions()); }
+
+  template <class Tuple>
+  static Ptr<Entity> make(Tuple const& all) {
+    return std::apply([](auto const&... p) -> Ptr<Entity> { return adopt(new X(p...)); }, all);
+  }
+
+  template <class Tuple, std::size_t... I>
+  static bool hasAll(X const& entity, Tuple const& all, std::index_sequence<I...>) {
+    constexpr std::size_t shift = X::Attributes::isNamed ? 1 : 0;
+    if constexpr (X::Attributes::isNamed) {
+      if (!(entity.name() == std::get<0>(all))) {
+        return false;
+      }
+    }
+    return ((entity.*(entityAttribute<X, I>.field) == std::get<I + shift>(all)) && ...);
+  }
+  template <class Tuple>
+  static bool hasAll(X const& entity, Tuple const& all) {
+    return hasAll(entity, all, Positions());
+  }
+};
+
+/// The type object of entity type `X`, made on first use and kept for the life of the process.
+template <class X>
+Ptr<KroType const> entityType() {
+  static KroType const* const type = [] {
+    auto* const made = new EntityTypeOf<X>;
+    made->referencesLeak();
+    return made;
+  }();
+  return share(type);
+}
+
+/// Enters an entity type when the library is loaded.
+template <class X>
+struct EntityTypeRegistration {
+  EntityTypeRegistration() { entityType<X>(); }
+};
+
+/// Finds or makes the adapter of an entity for a stream: what every entity type's `kroNboAttrLogSaIs` does.
+template <class X>
+Ptr<Entity::KroNboAttrLogSa> adapterIs(X& entity, Entity::Kro_BitSet flags, unsigned mask,
+                                       Ptr<NboAttrLog::Out> const& out, PtrInterface* parent) {
+  if (!out) {
+    throwRangeException("null ValidPtr");
+  }
+  if (Ptr<Entity::KroNboAttrLogSa> adapter =
+          static_cast<Entity&>(entity).kroNboAttrLogSa(Ptr<NboAttrLog::Out const>(out))) {
+    if (dynamic_cast<typename X::KroNboAttrLogSa*>(adapter.get()) != nullptr) {
+      adapter->flagWordIs((adapter->flagWord() & ~mask) | (flags.word() & mask));
+      return adapter;
+    }
+    entity.kroNboAttrLogSaDel(Ptr<NboAttrLog::Out const>(out));
+  }
+  if (out->demuxer() == nullptr) {
+    throwInternalException("a stream without demultiplexer mirrors no entity");
+  }
+  Ptr<Entity::KroNboAttrLogSa> made = adopt(new typename X::KroNboAttrLogSa(flags, entity, out, parent));
+  made->hasNotificationActiveIs(true);
+  return made;
+}
+
+}  // namespace Kro
