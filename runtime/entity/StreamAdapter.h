@@ -107,6 +107,8 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
 
   String8 name() const override;
   bool isRegistered() const { return demuxer_ != nullptr; }
+  /// The flow-out announced a child and goes on when that child's is done.
+  bool isYielding() const { return yielding_; }
 
   /// Writes what waits, from attribute `from` on; 0 when all was passed, else the attribute to resume at.
   virtual AttributeId handleAttrFlowOut(AttributeId from) = 0;

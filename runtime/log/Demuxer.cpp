@@ -202,8 +202,9 @@ void Demuxer::pump() {
     std::uint64_t const before = sent_;
     AttributeId const resumeAt = adapter->handleAttrFlowOut(adapter->waiting().resumeAt);
     adapter->waiting().resumeAt = resumeAt;
-    if (resumeAt != 0) {
-      adapter->waiting().lastMark = ++clock_;  // what it announced began to wait before
+    if (resumeAt != 0 || adapter->isYielding()) {
+      // What it announced began to wait before; it is not done before that is, even with nothing left to write.
+      adapter->waiting().lastMark = ++clock_;
       if (sent_ == before && out_->hasSufficientBuffer() && adapter->waiting().below == 0) {
         return;  // no memory for a message: later, perhaps
       }
