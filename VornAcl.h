@@ -1,0 +1,8 @@
+// The whole library.
+#pragma once
+
+#include "GenRange/GenRange.h"
+#include "VornAclTable/VornAclTable.h"
+#include "VornAclTypes/VornAclTypes.h"
+#include "VornRootConfig/VornRootConfig.h"
+#include "runtime/Kro.h"
