@@ -150,6 +150,10 @@ TEST(AclKey, HoldsTheLimitOfStrings) {
   EXPECT_THROW(VornTest::fromLogBytes<AclKey>(huge), Kro::AttrLogEntityException);
   Kro::InCursor cursor(huge.data(), huge.data() + huge.size());
   EXPECT_THROW(AclKey::fromLog(cursor), Kro::AttrLogEntityException);
+  Bytes tooLong{0, 0, 0, 0, 0, 0x10, 0, 1};  // one byte more than the default limit, and all of them are there
+  tooLong.resize(tooLong.size() + 0x100001);
+  cursor = Kro::InCursor(tooLong.data(), tooLong.data() + tooLong.size());
+  EXPECT_THROW(AclKey::fromLog(cursor), Kro::AttrLogEntityException);
   cursor = Kro::InCursor(log.data(), log.data() + log.size());
   EXPECT_TRUE(AclKey::fromLog(cursor) == AclKey(Acl::ip, "12345678"));
   EXPECT_EQ(cursor.remaining(), 0U);
