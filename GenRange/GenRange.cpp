@@ -2,25 +2,15 @@
 
 #include <algorithm>
 
-#include "runtime/value/ValueOps.h"
+#include "GenRange/GenRangeRegistration.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::GenRange>::_fwkType() {
+  return detail::valueType<Vorn::GenRange>(&Vorn::kroInitGenRange);
+}
 template class Kro::Value<Vorn::GenRange>;
 
 namespace Vorn {
-
-namespace {
-
-/// The first `length` bits of both addresses are equal; `length` 0 compares nothing.
-bool sameTopBits(std::span<std::uint8_t const> a, std::span<std::uint8_t const> b, std::uint32_t length) {
-  std::size_t const whole = length / 8;
-  unsigned const rest = length % 8;
-  if (!std::equal(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(whole), b.begin())) {
-    return false;
-  }
-  return rest == 0 || ((a[whole] ^ b[whole]) >> (8U - rest)) == 0;
-}
-
-}  // namespace
 
 GenRange::GenRange(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) {
   Kro::readRecord(*this, it, end);
@@ -45,12 +35,18 @@ bool GenRange::contains(GenRange const& gr) const {
   if (genRangeType_ == portRange) {
     return l4PortRange_.contains(gr.l4PortRange_);
   }
-  Dorix::IpGenPrefix const& other = gr.ipGenPrefix_;
-  if (other.family() != ipGenPrefix_.family() || ipGenPrefix_.family() == Dorix::IpFamily::unset) {
+  Dorix::IpGenAddr const address = gr.ipGenPrefix_.ipGenAddr();
+  if (address.family() != ipGenPrefix_.family() || ipGenPrefix_.length() > gr.ipGenPrefix_.length()) {
     return false;
   }
-  return ipGenPrefix_.length() <= other.length() &&
-         sameTopBits(ipGenPrefix_.addressBytes(), other.addressBytes(), ipGenPrefix_.length());
+  switch (address.family()) {
+    case Dorix::IpFamily::ipv4:
+      return ipGenPrefix_.v4Prefix().contains(address.v4Addr());
+    case Dorix::IpFamily::ipv6:
+      return ipGenPrefix_.v6Prefix().contains(address.v6Addr());
+    default:
+      return false;  // what is unset contains nothing, not even itself
+  }
 }
 
 bool GenRange::partiallyOverlaps(GenRange const& gr) const {

@@ -1,5 +1,12 @@
 #include "GenRange/GenRangeType.h"
 
+#include "GenRange/GenRangeRegistration.h"
+
+template <>
+Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::GenRangeType>() {
+  return detail::enumerationTypeOf<Vorn::GenRangeType>(&Vorn::kroInitGenRange);
+}
+
 namespace Vorn {
 
 GenRangeType GenRangeTypeInstance(unsigned number) { return Kro::enumeratorOf<GenRangeType>(number); }

@@ -1,7 +1,11 @@
 #include "GenRange/L4PortRange.h"
 
-#include "runtime/value/ValueOps.h"
+#include "GenRange/GenRangeRegistration.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::L4PortRange>::_fwkType() {
+  return detail::valueType<Vorn::L4PortRange>(&Vorn::kroInitGenRange);
+}
 template class Kro::Value<Vorn::L4PortRange>;
 
 namespace Vorn {

@@ -1,7 +1,11 @@
 #include "VornAclTable/AceIndex.h"
 
-#include "runtime/value/ValueOps.h"
+#include "VornAclTable/VornAclTableRegistration.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::AceIndex>::_fwkType() {
+  return detail::valueType<Vorn::AceIndex>(&Vorn::kroInitVornAclTable);
+}
 template class Kro::Value<Vorn::AceIndex>;
 
 namespace Vorn {

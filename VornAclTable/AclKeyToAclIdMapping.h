@@ -15,6 +15,7 @@ class VORNACL_API AclKeyToAclIdMapping : public Kro::Entity {
   class NotifieeConst;
   class Notifiee;
   class KroNboAttrLogSa;
+  class GenericIf_;
   struct Attributes;
 
   /// Member record of `keyToId`.

@@ -1,8 +1,16 @@
 #include "VornAclTable/IpFilter.h"
 
-#include "runtime/value/ValueOps.h"
+#include "VornAclTable/VornAclTableRegistration.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::IpFilter::TcpFlag>::_fwkType() {
+  return detail::valueType<Vorn::IpFilter::TcpFlag>(&Vorn::kroInitVornAclTable);
+}
 template class Kro::Value<Vorn::IpFilter::TcpFlag>;
+template <>
+Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::IpFilter>::_fwkType() {
+  return detail::valueType<Vorn::IpFilter>(&Vorn::kroInitVornAclTable);
+}
 template class Kro::Value<Vorn::IpFilter>;
 
 namespace Vorn {
@@ -43,20 +51,17 @@ void IpFilter::dscpIs(std::uint8_t v) {
   if (v == dscp_) {
     return;
   }
-  std::uint8_t const before = std::exchange(dscp_, v);
-  try {
-    check();
-  } catch (...) {
-    dscp_ = before;
-    throw;
-  }
+  checkDscp(v);
+  dscp_ = v;
 }
 
-void IpFilter::check() const {
-  if (dscp_ > 63) {
+void IpFilter::checkDscp(std::uint8_t v) {
+  if (v > 63) {
     Kro::throwRangeException("IpFilter::dscp < 0 or > 63 not allowed");
   }
 }
+
+void IpFilter::check() const { checkDscp(dscp_); }
 
 void IpFilter::checkFromLog() const { tcpFlag_.check(); }
 

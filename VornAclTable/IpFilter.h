@@ -94,6 +94,7 @@ class VORNACL_API IpFilter : public Kro::Value<IpFilter> {
  private:
   /// Write constraints of the embedded `tcpFlag`: there are none.
   void tcpFlagDoEmbeddedWriteConstraints() {}
+  static void checkDscp(std::uint8_t v);
   void flagIs(void (TcpFlag::*set)(bool), bool v);
 
  public:
@@ -101,6 +102,8 @@ class VORNACL_API IpFilter : public Kro::Value<IpFilter> {
   class VORNACL_API TcpFlag : public Kro::Value<TcpFlag> {
    public:
     static constexpr std::uint32_t max = 0x3f;
+    /// One flag each, all of them, none.
+    static TcpFlag const fin_, syn_, rst_, psh_, ack_, urg_, kroUniversal, kroEmpty;
 
     constexpr TcpFlag() = default;
     /// Throws `RangeException` for a value above 63.
@@ -166,22 +169,32 @@ inline IpFilter::TcpFlag IpFilter::tcpFlag() const { return tcpFlag_; }
 inline void IpFilter::tcpFlagIs(TcpFlag const& v) { tcpFlag_ = v; }
 inline bool IpFilter::operator==(IpFilter const&) const = default;
 
+inline constexpr IpFilter::TcpFlag IpFilter::TcpFlag::fin_(1);
+inline constexpr IpFilter::TcpFlag IpFilter::TcpFlag::syn_(2);
+inline constexpr IpFilter::TcpFlag IpFilter::TcpFlag::rst_(4);
+inline constexpr IpFilter::TcpFlag IpFilter::TcpFlag::psh_(8);
+inline constexpr IpFilter::TcpFlag IpFilter::TcpFlag::ack_(16);
+inline constexpr IpFilter::TcpFlag IpFilter::TcpFlag::urg_(32);
+inline constexpr IpFilter::TcpFlag IpFilter::TcpFlag::kroUniversal(max);
+inline constexpr IpFilter::TcpFlag IpFilter::TcpFlag::kroEmpty(0);
+
 struct IpFilter::TcpFlag::Attributes {
   using T = TcpFlag;
   static constexpr std::string_view typeName = "Vorn::IpFilter::TcpFlag";
-  static constexpr auto all =
-      Kro::list(Kro::bit(2, "fin", &T::fin, &T::finIs), Kro::bit(3, "syn", &T::syn, &T::synIs),
-                Kro::bit(4, "rst", &T::rst, &T::rstIs), Kro::bit(5, "psh", &T::psh, &T::pshIs),
-                Kro::bit(6, "ack", &T::ack, &T::ackIs), Kro::bit(7, "urg", &T::urg, &T::urgIs),
-                Kro::stored(8, "value", &T::value_), Kro::constant(9, "fin_", T(1)), Kro::constant(10, "syn_", T(2)),
-                Kro::constant(11, "rst_", T(4)), Kro::constant(12, "psh_", T(8)), Kro::constant(13, "ack_", T(16)),
-                Kro::constant(14, "urg_", T(32)), Kro::constant(15, "kroUniversal", T(T::max)),
-                Kro::constant(16, "kroEmpty", T(0)), Kro::function(0, "hash", &T::hash));
+  static constexpr auto all = Kro::list(
+      Kro::bit(2, "fin", &T::fin, &T::finIs), Kro::bit(3, "syn", &T::syn, &T::synIs),
+      Kro::bit(4, "rst", &T::rst, &T::rstIs), Kro::bit(5, "psh", &T::psh, &T::pshIs),
+      Kro::bit(6, "ack", &T::ack, &T::ackIs), Kro::bit(7, "urg", &T::urg, &T::urgIs),
+      Kro::stored(8, "value", &T::value_), Kro::constant(9, "fin_", T::fin_), Kro::constant(10, "syn_", T::syn_),
+      Kro::constant(11, "rst_", T::rst_), Kro::constant(12, "psh_", T::psh_), Kro::constant(13, "ack_", T::ack_),
+      Kro::constant(14, "urg_", T::urg_), Kro::constant(15, "kroUniversal", T::kroUniversal),
+      Kro::constant(16, "kroEmpty", T::kroEmpty), Kro::function(0, "hash", &T::hash));
 };
 static_assert(Kro::isWhollyDescribed<IpFilter::TcpFlag>());
 
 struct IpFilter::Attributes {
   using T = IpFilter;
+  using Nested = TcpFlag;
   static constexpr std::string_view typeName = "Vorn::IpFilter";
   static constexpr auto all = Kro::list(
       Kro::stored(2, "source", &T::source_, &T::sourceIs),

@@ -1,7 +1,11 @@
 #include "VornAclTable/IpRuleConfig.h"
 
-#include "runtime/value/ValueOps.h"
+#include "VornAclTable/VornAclTableRegistration.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::IpRuleConfig>::_fwkType() {
+  return detail::valueType<Vorn::IpRuleConfig>(&Vorn::kroInitVornAclTable);
+}
 template class Kro::Value<Vorn::IpRuleConfig>;
 
 namespace Vorn {

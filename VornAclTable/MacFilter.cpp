@@ -1,7 +1,11 @@
 #include "VornAclTable/MacFilter.h"
 
-#include "runtime/value/ValueOps.h"
+#include "VornAclTable/VornAclTableRegistration.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::MacFilter>::_fwkType() {
+  return detail::valueType<Vorn::MacFilter>(&Vorn::kroInitVornAclTable);
+}
 template class Kro::Value<Vorn::MacFilter>;
 
 namespace Vorn {

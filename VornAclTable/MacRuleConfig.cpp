@@ -1,7 +1,11 @@
 #include "VornAclTable/MacRuleConfig.h"
 
-#include "runtime/value/ValueOps.h"
+#include "VornAclTable/VornAclTableRegistration.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::MacRuleConfig>::_fwkType() {
+  return detail::valueType<Vorn::MacRuleConfig>(&Vorn::kroInitVornAclTable);
+}
 template class Kro::Value<Vorn::MacRuleConfig>;
 
 namespace Vorn {

@@ -23,6 +23,7 @@ class VORNACL_API VornAcl : public Kro::Entity {
   class NotifieeConst;
   class Notifiee;
   class KroNboAttrLogSa;
+  class GenericIf_;
   struct Attributes;
 
   /// Member record of `ipRuleById`.

@@ -12,6 +12,7 @@ class VORNACL_API VornAclColl : public Kro::Entity {
   class NotifieeConst;
   class Notifiee;
   class KroNboAttrLogSa;
+  class GenericIf_;
   struct Attributes;
 
   using AclMap = Kro::HashMap<VornAcl, AclId, VornAcl>;

@@ -63,16 +63,4 @@ Kro::Ptr<Kro::Entity::KroNboAttrLogSa> AclKeyToAclIdMapping::kroNboAttrLogSaIs(
   return Kro::adapterIs(*this, flags, mask, out, parent);
 }
 
-Kro::Ptr<Kro::KroType const> VornAcl::_fwkType() { return Kro::entityType<VornAcl>(); }
-Kro::Ptr<Kro::KroType const> VornAclColl::_fwkType() { return Kro::entityType<VornAclColl>(); }
-Kro::Ptr<Kro::KroType const> AclKeyToAclIdMapping::_fwkType() { return Kro::entityType<AclKeyToAclIdMapping>(); }
-
-namespace {
-
-Kro::EntityTypeRegistration<VornAcl> const vornAclRegistration;
-Kro::EntityTypeRegistration<VornAclColl> const vornAclCollRegistration;
-Kro::EntityTypeRegistration<AclKeyToAclIdMapping> const aclKeyToAclIdMappingRegistration;
-
-}  // namespace
-
 }  // namespace Vorn

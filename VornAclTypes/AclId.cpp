@@ -1,7 +1,11 @@
 #include "VornAclTypes/AclId.h"
 
-#include "runtime/value/ValueOps.h"
+#include "VornAclTypes/VornAclTypesRegistration.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::AclId>::_fwkType() {
+  return detail::valueType<Vorn::AclId>(&Vorn::kroInitVornAclTypes);
+}
 template class Kro::Value<Vorn::AclId>;
 
 namespace Vorn {

@@ -1,7 +1,11 @@
 #include "VornAclTypes/ChipId.h"
 
-#include "runtime/value/ValueOps.h"
+#include "VornAclTypes/VornAclTypesRegistration.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::ChipId>::_fwkType() {
+  return detail::valueType<Vorn::ChipId>(&Vorn::kroInitVornAclTypes);
+}
 template class Kro::Value<Vorn::ChipId>;
 
 namespace Vorn {

@@ -1,7 +1,11 @@
 #include "VornAclTypes/ChipRuleListId.h"
 
-#include "runtime/value/ValueOps.h"
+#include "VornAclTypes/VornAclTypesRegistration.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::ChipRuleListId>::_fwkType() {
+  return detail::valueType<Vorn::ChipRuleListId>(&Vorn::kroInitVornAclTypes);
+}
 template class Kro::Value<Vorn::ChipRuleListId>;
 
 namespace Vorn {

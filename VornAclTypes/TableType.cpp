@@ -1,5 +1,12 @@
 #include "VornAclTypes/TableType.h"
 
+#include "VornAclTypes/VornAclTypesRegistration.h"
+
+template <>
+Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::TableType>() {
+  return detail::enumerationTypeOf<Vorn::TableType>(&Vorn::kroInitVornAclTypes);
+}
+
 namespace Vorn {
 
 TableType TableTypeInstance(unsigned number) { return Kro::enumeratorOf<TableType>(number); }

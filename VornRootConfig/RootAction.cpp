@@ -1,5 +1,12 @@
 #include "VornRootConfig/RootAction.h"
 
+#include "VornRootConfig/VornRootConfigRegistration.h"
+
+template <>
+Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::RootAction>() {
+  return detail::enumerationTypeOf<Vorn::RootAction>(&Vorn::kroInitVornRootConfig);
+}
+
 namespace Vorn {
 
 RootAction RootActionInstance(unsigned number) { return Kro::enumeratorOf<RootAction>(number); }

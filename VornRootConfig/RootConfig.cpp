@@ -12,6 +12,8 @@ RootConfig::RootConfig(Kro::Name name, std::uint32_t rootConfigId, ChipId chipId
 RootConfig::~RootConfig() {
   Kro::removeChildFinally(*this, At::vornAclColl);
   Kro::removeChildFinally(*this, At::aclKeyToAclId);
+  Kro::dropChild(*this, At::vornAclColl);
+  Kro::dropChild(*this, At::aclKeyToAclId);
   Kro::forgetObservers(observers_);
 }
 

@@ -16,6 +16,7 @@ class VORNACL_API RootConfig : public Kro::Entity {
   class NotifieeConst;
   class Notifiee;
   class KroNboAttrLogSa;
+  class GenericIf_;
   struct Attributes;
 
   using Observers = Kro::ObserverList<Kro::NotifieeOf<RootConfig>>;
@@ -47,7 +48,8 @@ class VORNACL_API RootConfig : public Kro::Entity {
   /// left alone.
   std::uint32_t vornRootKickInc(std::uint32_t n);
 
-  /// Makes a child of this entity without storing it.
+  /// Makes a child of this entity without storing it. Its parent is not counted: clear it (`parentIs`) before this
+  /// entity goes. Callers use `vornAclCollIs` and `aclKeyToAclIdIs`.
   Kro::Ptr<VornAclColl> newVornAclColl(Kro::Name name);
   Kro::Ptr<AclKeyToAclIdMapping> newAclKeyToAclId(Kro::Name name);
   /// Gets the child of this name or creates it, replacing one of another name.

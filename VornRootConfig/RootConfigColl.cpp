@@ -71,12 +71,14 @@ void RootConfigColl::chipRootConfigLastFailedIs(Kro::Ptr<RootConfig const> const
         "allowed\"");
   }
   ChipId const chipId = configuration->chipId();
+  Kro::Ptr<RootConfig const> old;  // held beyond the dispatch: its end tells observers, too
   if (auto* const entry = chipRootConfigLastFailed_.find(chipId)) {
     Kro::clearSweepMark(*entry);
     if (entry->referenced() == configuration) {
       return;
     }
     observers_.reserveDispatch();
+    old = entry->referenced();
     entry->referencedIs(configuration);
   } else {
     observers_.reserveDispatch();
@@ -88,6 +90,9 @@ void RootConfigColl::chipRootConfigLastFailedIs(Kro::Ptr<RootConfig const> const
 
 Kro::Ptr<RootConfigColl::KroChipRootConfigLastFailed> RootConfigColl::newChipRootConfigLastFailed(
     Kro::Ptr<RootConfig const> const& configuration) {
+  if (!configuration) {
+    Kro::throwInternalException("Vorn::RootConfigColl::newChipRootConfigLastFailed: null configuration");
+  }
   auto entry = Kro::adopt(new KroChipRootConfigLastFailed(configuration));
   chipRootConfigLastFailed_.newMember(entry);
   return entry;

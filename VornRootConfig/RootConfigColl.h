@@ -12,6 +12,7 @@ class VORNACL_API RootConfigColl : public Kro::Entity {
   class NotifieeConst;
   class Notifiee;
   class KroNboAttrLogSa;
+  class GenericIf_;
   struct Attributes;
 
   /// Entry of `chipRootConfigLastFailed`; its key is read from the referenced configuration, which counts a read there.
@@ -23,7 +24,8 @@ class VORNACL_API RootConfigColl : public Kro::Entity {
     void referencedIs(Kro::Ptr<RootConfig const> const& referenced) { referenced_ = referenced; }
 
     struct KroHashLink {
-      static ChipId key(KroChipRootConfigLastFailed const& entry) { return entry.referenced_->chipId(); }
+      static ChipId key(KroChipRootConfigLastFailed const& entry) { return keyOfReferenced(*entry.referenced_); }
+      static ChipId keyOfReferenced(RootConfig const& configuration) { return configuration.chipId(); }
       static Kro::Ptr<KroChipRootConfigLastFailed>& next(KroChipRootConfigLastFailed& entry) { return entry.next_; }
       static void nextChanged(KroChipRootConfigLastFailed&) {}
     };

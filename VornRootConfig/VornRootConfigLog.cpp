@@ -50,14 +50,4 @@ Kro::Ptr<Kro::Entity::KroNboAttrLogSa> RootConfigColl::kroNboAttrLogSaIs(Kro_Bit
   return Kro::adapterIs(*this, flags, mask, out, parent);
 }
 
-Kro::Ptr<Kro::KroType const> RootConfig::_fwkType() { return Kro::entityType<RootConfig>(); }
-Kro::Ptr<Kro::KroType const> RootConfigColl::_fwkType() { return Kro::entityType<RootConfigColl>(); }
-
-namespace {
-
-Kro::EntityTypeRegistration<RootConfig> const rootConfigRegistration;
-Kro::EntityTypeRegistration<RootConfigColl> const rootConfigCollRegistration;
-
-}  // namespace
-
 }  // namespace Vorn

@@ -1,15 +1,14 @@
 // Type objects of the platform's types. For the platform's own .cpp files.
 #pragma once
 
-#include "runtime/type/KroType.h"
+#include "runtime/reflection/ValueReflection.h"
 
 namespace Kro::detail {
 
-/// A new type object that lives as long as the process.
-inline KroType const* immortalType(char const* fullName) {
-  auto* const type = new KroType(fullName);
-  type->referencesLeak();
-  return type;
+/// The type object of `T`, made on first use, which lives as long as the process.
+template <class T>
+Ptr<KroType const> platformType(char const* fullName) {
+  return slottedType<T, ValueTypeOf<T>>(nullptr, String8(fullName));
 }
 
 }  // namespace Kro::detail

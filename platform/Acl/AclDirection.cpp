@@ -2,11 +2,13 @@
 
 #include "platform/TypeObject.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::AclDirection>() {
+  return detail::enumerationTypeOf<Acl::AclDirection>(nullptr);
+}
+
 namespace Acl {
 
-Kro::Ptr<Kro::KroType const> _fwkType_AclDirection() {
-  static Kro::KroType const* const type = Kro::detail::immortalType("Acl::AclDirection");
-  return Kro::share(type);
-}
+Kro::Ptr<Kro::KroType const> _fwkType_AclDirection() { return Kro::enumerationType<AclDirection>(); }
 
 }  // namespace Acl

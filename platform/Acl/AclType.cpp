@@ -2,11 +2,13 @@
 
 #include "platform/TypeObject.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::AclType>() {
+  return detail::enumerationTypeOf<Acl::AclType>(nullptr);
+}
+
 namespace Acl {
 
-Kro::Ptr<Kro::KroType const> _fwkType_AclType() {
-  static Kro::KroType const* const type = Kro::detail::immortalType("Acl::AclType");
-  return Kro::share(type);
-}
+Kro::Ptr<Kro::KroType const> _fwkType_AclType() { return Kro::enumerationType<AclType>(); }
 
 }  // namespace Acl

@@ -2,11 +2,13 @@
 
 #include "platform/TypeObject.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::Action>() {
+  return detail::enumerationTypeOf<Acl::Action>(nullptr);
+}
+
 namespace Acl {
 
-Kro::Ptr<Kro::KroType const> _fwkType_Action() {
-  static Kro::KroType const* const type = Kro::detail::immortalType("Acl::Action");
-  return Kro::share(type);
-}
+Kro::Ptr<Kro::KroType const> _fwkType_Action() { return Kro::enumerationType<Action>(); }
 
 }  // namespace Acl

@@ -68,10 +68,7 @@ void EthAddr::strepTo(std::string& text) const {
   text += '\'';
 }
 
-Kro::Ptr<Kro::KroType const> EthAddr::_fwkType() {
-  static Kro::KroType const* const type = Kro::detail::immortalType("Dorix::EthAddr");
-  return Kro::share(type);
-}
+Kro::Ptr<Kro::KroType const> EthAddr::_fwkType() { return Kro::detail::platformType<EthAddr>("Dorix::EthAddr"); }
 
 std::ostream& operator<<(std::ostream& out, EthAddr const& addr) {
   std::string text;

@@ -83,8 +83,7 @@ void IpGenPrefix::strepTo(std::string& text) const {
 }
 
 Kro::Ptr<Kro::KroType const> IpGenPrefix::_fwkType() {
-  static Kro::KroType const* const type = Kro::detail::immortalType("Dorix::IpGenPrefix");
-  return Kro::share(type);
+  return Kro::detail::platformType<IpGenPrefix>("Dorix::IpGenPrefix");
 }
 
 void IpGenPrefix::throwFamily(IpFamily family) {

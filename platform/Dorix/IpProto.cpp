@@ -16,10 +16,7 @@ std::uint32_t IpProto::hash() const {
   return hash.value();
 }
 
-Kro::Ptr<Kro::KroType const> IpProto::_fwkType() {
-  static Kro::KroType const* const type = Kro::detail::immortalType("Dorix::IpProto");
-  return Kro::share(type);
-}
+Kro::Ptr<Kro::KroType const> IpProto::_fwkType() { return Kro::detail::platformType<IpProto>("Dorix::IpProto"); }
 
 std::ostream& operator<<(std::ostream& out, IpProto proto) {
   std::string text;

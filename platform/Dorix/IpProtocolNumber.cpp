@@ -2,11 +2,13 @@
 
 #include "platform/TypeObject.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::enumerationType<Dorix::IpProtocolNumber>() {
+  return detail::enumerationTypeOf<Dorix::IpProtocolNumber>(nullptr);
+}
+
 namespace Dorix {
 
-Kro::Ptr<Kro::KroType const> _fwkType_IpProtocolNumber() {
-  static Kro::KroType const* const type = Kro::detail::immortalType("Dorix::IpProtocolNumber");
-  return Kro::share(type);
-}
+Kro::Ptr<Kro::KroType const> _fwkType_IpProtocolNumber() { return Kro::enumerationType<IpProtocolNumber>(); }
 
 }  // namespace Dorix

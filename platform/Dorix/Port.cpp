@@ -16,10 +16,7 @@ std::uint32_t Port::hash() const {
   return hash.value();
 }
 
-Kro::Ptr<Kro::KroType const> Port::_fwkType() {
-  static Kro::KroType const* const type = Kro::detail::immortalType("Dorix::Port");
-  return Kro::share(type);
-}
+Kro::Ptr<Kro::KroType const> Port::_fwkType() { return Kro::detail::platformType<Port>("Dorix::Port"); }
 
 std::ostream& operator<<(std::ostream& out, Port port) {
   std::string text;

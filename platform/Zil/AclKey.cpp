@@ -1,7 +1,11 @@
 #include "platform/Zil/AclKey.h"
 
-#include "runtime/value/ValueOps.h"
+#include "runtime/reflection/ValueReflection.h"
 
+template <>
+Kro::Ptr<Kro::KroType const> Kro::Value<Zil::AclKey>::_fwkType() {
+  return detail::valueType<Zil::AclKey>(nullptr);
+}
 template class Kro::Value<Zil::AclKey>;
 
 namespace Zil {

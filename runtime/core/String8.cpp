@@ -27,7 +27,9 @@ typename StringN<Char>::Data* StringN<Char>::newData(std::string_view head, std:
 
 template <class Char>
 typename StringN<Char>::Data const& StringN<Char>::nullData() {
-  static Data const* const block = newData({}, {});
+  // In static storage, so that asking for the characters of an empty string never fails; the zero behind it is its NUL.
+  alignas(Data) static unsigned char place[sizeof(Data) + 1];
+  static Data const* const block = new (place) Data(0);
   return *block;
 }
 

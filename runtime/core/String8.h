@@ -140,7 +140,7 @@ typename StringN<Char>::IteratorConst StringN<Char>::end() const {
   return IteratorConst(*this, length());
 }
 
-extern template class StringN<unsigned char>;
+extern template class VORNACL_API StringN<unsigned char>;
 
 /// Writes the characters as they are.
 VORNACL_API std::ostream& operator<<(std::ostream& out, String8 const& text);

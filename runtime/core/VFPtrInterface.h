@@ -41,7 +41,7 @@ class VORNACL_API VFPtrInterface {
   }
 
   /// The whole count word, for tests and tools.
-  std::uint32_t countWord() const { return word_; }
+  std::uint32_t countWord() const { return std::atomic_ref(word_).load(std::memory_order_relaxed); }
 
  protected:
   /// A new object holds the reference of its creator.
@@ -60,7 +60,16 @@ class VORNACL_API VFPtrInterface {
     return --word_ & releaseMask;
   }
 
-  void bitIs(std::uint32_t bit, bool on) const { word_ = on ? word_ | bit : word_ & ~bit; }
+  /// Changes one bit; a reference that another thread counts meanwhile is not lost.
+  void bitIs(std::uint32_t bit, bool on) const {
+    if (enableThreadSafePointers == 0) [[likely]] {
+      word_ = on ? word_ | bit : word_ & ~bit;
+    } else if (on) {
+      std::atomic_ref(word_).fetch_or(bit, std::memory_order_relaxed);
+    } else {
+      std::atomic_ref(word_).fetch_and(~bit, std::memory_order_relaxed);
+    }
+  }
 
  private:
   alignas(4) mutable std::uint32_t word_ = 1;

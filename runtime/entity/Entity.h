@@ -38,7 +38,8 @@ class VORNACL_API Entity : public PtrInterface {
   /// The path from the root, beginning with a slash.
   virtual String8 uriPath() const;
   /// The path from the root, as `root/chipRootConfig[5]/vornAclColl/acl[ipv4PAcl:5:in]`. It starts with the root's
-  /// name, or its type's short name where that is empty; within names and keys `/ [ ] :` and quotes are written `\xHH`.
+  /// name, or its type's short name where that is empty; within names `/ [ ] :`, quotes and backslashes are written
+  /// `\xHH`.
   virtual String8 fullName() const;
   /// The name of an attribute, empty for an id that nobody has.
   virtual String8 attributeString(AttributeId id) const;

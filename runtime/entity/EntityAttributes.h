@@ -95,13 +95,14 @@ struct EntityMembers {
 
 /// A collection of references to entities that live elsewhere, in a hash map of records. The key is read from the
 /// referenced entity.
-template <AttributeId Id, class X, class Record, class M, class K, class N, class HandlerKey, class DelKey>
+template <AttributeId Id, class X, class R, class M, class K, class N, class HandlerKey, class DelKey>
 struct EntityReferences {
   static constexpr AttributeId id = Id;
   static constexpr AttributeKind kind = AttributeKind::references;
   using Key = K;
   using Element = M;
-  using MapType = HashMap<Record, K, M const>;
+  using Record = R;
+  using MapType = HashMap<R, K, M const>;
   std::string_view name;
   MapType X::*field;
   void (X::*set)(Ptr<M const> const&);

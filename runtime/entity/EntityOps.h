@@ -28,10 +28,13 @@ void tellObservers(X& entity, AttributeId id, Call const& call) {
   dispatch(snapshot, id, [&](PtrInterface::NotifieeConst& observer) { call(static_cast<N&>(observer)); });
 }
 
-/// Tells a change of a keyed attribute.
+/// Tells a change of a keyed attribute. The key may be that of a record which a handler removes.
 template <class X, class D, class Key>
 void tellKey(X& entity, D const& d, Key const& key) {
-  tellObservers(entity, D::id, [&](typename X::NotifieeConst& observer) { (observer.*(d.handler))(key); });
+  if (entity.kroObservers().count() != 0) {
+    tellObservers(entity, D::id,
+                  [&d, copy = key](typename X::NotifieeConst& observer) { (observer.*(d.handler))(copy); });
+  }
 }
 
 /// Tells a change of a scalar or single child.
@@ -146,7 +149,8 @@ void removeAll(X& entity, D const& d) {
   }
 }
 
-/// The same for a destructor: what an observer's report throws, or a lack of memory, ends that one dispatch only.
+/// The same for a destructor: what an observer's report throws, or a lack of memory, ends that one dispatch only, and
+/// members that a handler added behind the walk go without being told.
 template <class X, class D>
 void removeAllFinally(X& entity, D const& d) noexcept {
   auto& map = entity.*(d.field);
@@ -160,6 +164,11 @@ void removeAllFinally(X& entity, D const& d) noexcept {
         member->parentIs(nullptr);
       }
     }
+  }
+  while (!map.empty()) {
+    auto const member = typename D::MapType::Iterator(map).member();
+    map.memberDel(member);
+    member->parentIs(nullptr);
   }
 }
 
@@ -227,10 +236,9 @@ Ptr<typename D::Element> getOrCreate(X& entity, D const& d, typename D::Key cons
     return member;
   }
   entity.kroObservers().reserveDispatch();
-  typename D::Key const copy = key;
   Ptr<typename D::Element> member = create();
   entity.kroCountMutation();
-  (entity.*(d.notify))(copy);
+  (entity.*(d.notify))(key);
   if (!member) {
     throwRangeException("null ValidPtr");
   }
@@ -279,7 +287,8 @@ Ptr<typename D::Type> setChild(X& entity, D const& d, Name const& name) {
   if (!created) {
     throwRangeException("null ValidPtr");
   }
-  if (Ptr<Entity> const old = field) {
+  Ptr<typename D::Type> const old = field;  // held beyond the dispatch: its end tells observers, too
+  if (old) {
     entity.kroCountMutation();
     old->parentIs(nullptr);
   }
@@ -313,15 +322,20 @@ Ptr<typename D::Type> removeChild(X& entity, D const& d) {
   return removed;
 }
 
-/// The same for a destructor.
+/// The same for a destructor; see `removeAllFinally`.
 template <class X, class D>
 void removeChildFinally(X& entity, D const& d) noexcept {
   try {
     removeChild(entity, d);
   } catch (...) {
-    if (auto& field = entity.*(d.field)) {
-      field->parentIs(nullptr);
-    }
+  }
+}
+
+/// Lets go of a child that a handler created while the entity died, without telling it.
+template <class X, class D>
+void dropChild(X& entity, D const& d) noexcept {
+  while (auto const dropped = std::exchange(entity.*(d.field), nullptr)) {
+    dropped->parentIs(nullptr);
   }
 }
 
@@ -359,12 +373,29 @@ unsigned auditAttribute(X const& entity, D const& d, unsigned level) {
   }
 }
 
+/// Every observer of a list must observe the entity in the way that the list is for.
+template <class X>
+unsigned auditObservers(X const& entity) {
+  auto& list = entity.kroObservers();
+  unsigned errors = list.auditErrors();
+  if (errors != 0) {
+    return errors;  // a broken chain may have no end
+  }
+  for (auto const* at = list.head(); at != nullptr; at = at->kroNext()) {
+    errors += at->notifier() != &entity || !at->isRegisteredNotifiee() ? 1U : 0U;
+  }
+  for (auto const* at = list.silent().head(); at != nullptr; at = at->kroNext()) {
+    errors += at->notifier() != &entity || at->isRegisteredNotifiee() || !at->isWeakReference() ? 1U : 0U;
+  }
+  return errors;
+}
+
 }  // namespace detail
 
 /// Consistency errors in an entity and, as deep as `level` tells, below it.
 template <class X>
 unsigned auditEntity(X const& entity, unsigned level) {
-  unsigned errors = entity.kroObservers().auditErrors();
+  unsigned errors = detail::auditObservers(entity);
   forEachEntityAttribute<X>([&](auto const& d) { errors += detail::auditAttribute(entity, d, level); });
   for (auto const* adapter = entity.kroFirstAdapter(); adapter != nullptr; adapter = adapter->nextOfEntity()) {
     errors += adapter->audit();

@@ -24,6 +24,8 @@ class VORNACL_API PtrInterface::NotifieeConst : public PtrInterface {
 
   /// Constructed detached, with notification active.
   NotifieeConst();
+  NotifieeConst(NotifieeConst const&) = delete;
+  NotifieeConst& operator=(NotifieeConst const&) = delete;
   ~NotifieeConst() override;
 
   /// Switching off unlinks the observer and remembers whether it was registered; switching on restores exactly that.
@@ -62,6 +64,12 @@ class VORNACL_API PtrInterface::NotifieeConst : public PtrInterface {
   virtual ActivityConfig* kroFwkActivity();
   virtual ActivityConfig const* kroFwkActivity() const;
   virtual ActivitySm* actsm();
+
+  /// Whether a change of a collection is told later: the runtime then has counted it in `pendingCount`, which stays at 255
+  /// once it is there, and scheduled the observer's activity.
+  bool kroOnAttribute(AttributeId id, unsigned char* pendingCount);
+  /// Lets others run between two deliveries.
+  void redispatch(ActivitySm* machine);
 
   /// Makes the observer weak: it holds no count on its notifier. A notifier that dies detaches its weak observers.
   void isWeakReferenceIs(bool weak);

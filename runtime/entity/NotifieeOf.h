@@ -23,9 +23,11 @@ class NotifieeOf : public Entity::NotifieeConst {
   };
 
   NotifieeOf() = default;
-  /// Takes itself out of the observer list, unless it is marked for deletion.
+  /// Takes itself out of the observer list, unless it is marked for deletion: the notification of such a one was
+  /// switched off before, so that it is not registered.
   ~NotifieeOf() override {
-    if (X const* const entity = notifier(); entity != nullptr && !kroMarkedForDeletion()) {
+    X const* const entity = notifier();
+    if (entity != nullptr && !(isRegisteredNotifiee() && kroMarkedForDeletion())) {
       unlink(*entity);
     }
   }

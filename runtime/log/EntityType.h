@@ -34,7 +34,7 @@ class VORNACL_API EntityType : public KroType {
 
 /// The type object of entity type `X`, derived from its attribute list.
 template <class X>
-class EntityTypeOf final : public EntityType {
+class EntityTypeOf : public EntityType {
  public:
   EntityTypeOf() : EntityType(String8(X::Attributes::typeName)) {}
 
@@ -84,23 +84,6 @@ class EntityTypeOf final : public EntityType {
   static bool hasAll(X const& entity, Tuple const& all) {
     return hasAll(entity, all, Positions());
   }
-};
-
-/// The type object of entity type `X`, made on first use and kept for the life of the process.
-template <class X>
-Ptr<KroType const> entityType() {
-  static KroType const* const type = [] {
-    auto* const made = new EntityTypeOf<X>;
-    made->referencesLeak();
-    return made;
-  }();
-  return share(type);
-}
-
-/// Enters an entity type when the library is loaded.
-template <class X>
-struct EntityTypeRegistration {
-  EntityTypeRegistration() { entityType<X>(); }
 };
 
 /// Finds or makes the adapter of an entity for a stream: what every entity type's `kroNboAttrLogSaIs` does.

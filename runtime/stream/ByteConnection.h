@@ -7,24 +7,27 @@
 #include <cstdint>
 #include <cstring>
 #include <span>
+#include <utility>
 
 #include "runtime/core/Ptr.h"
 #include "runtime/core/String8.h"
 
 namespace Kro {
 
-/// Reads unsigned integers in network byte order from a place that is known to hold them.
-template <class U>
-inline U loadBigEndian(std::uint8_t const* from) {
-  U value = 0;
-  for (std::size_t i = 0; i < sizeof(U); ++i) {
-    value = static_cast<U>((value << 8U) | from[i]);  // both compilers make one load and one swap of it
-  }
-  return value;
+namespace detail {
+
+template <class U, std::size_t... I>
+constexpr U loadBytes(std::uint8_t const* from, std::index_sequence<I...>) {
+  // Spelt as one expression, of which both compilers make one load and one swap.
+  return static_cast<U>((... | (std::uint64_t{from[I]} << (8 * (sizeof(U) - 1 - I)))));
 }
-template <>
-inline std::uint8_t loadBigEndian<std::uint8_t>(std::uint8_t const* from) {
-  return *from;
+
+}  // namespace detail
+
+/// Reads an unsigned integer in network byte order from a place that is known to hold it.
+template <class U>
+constexpr U loadBigEndian(std::uint8_t const* from) {
+  return detail::loadBytes<U>(from, std::make_index_sequence<sizeof(U)>());
 }
 
 /// Writes an unsigned integer in network byte order and returns the place behind it.

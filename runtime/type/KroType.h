@@ -3,26 +3,83 @@
 #pragma once
 
 #include <string_view>
+#include <vector>
 
 #include "runtime/core/Name.h"
 #include "runtime/core/Ptr.h"
+#include "runtime/type/KroAttr.h"
 
 namespace Kro {
 
-/// Describes one type of the model, of the platform or of the runtime.
-class VORNACL_API KroType : public PtrInterface {
+class GenericIf;
+
+/// Describes one type of the model, of the platform or of the runtime: its names, what the registry was told of it, and
+/// how to make reflection objects of it.
+class VORNACL_API KroType : public KroAttr {
  public:
+  struct KroTypeFlags {
+    std::uint32_t low = 0;
+    std::uint32_t high = 0;
+  };
+
   /// `fullName` holds the namespace, as "Vorn::IpFilter::TcpFlag"; the last component is the type's short name.
   explicit KroType(String8 fullName);
+  KroType(Name shortName, KroType* scope, KroType* base, KroTypeFlags const& flags);
   ~KroType() override;
 
-  /// The last component of the full name.
-  Name name() const { return name_; }
   String8 const& fullName() const { return fullName_; }
+  void fullNameIs(String8 name) { fullName_ = std::move(name); }
+
+  /// Size in bytes of a value or an entity.
+  unsigned size() const { return size_; }
+  void sizeIs(unsigned size) { size_ = size; }
+  bool isValue() const { return isValue_; }
+  void isValueIs(bool isValue) { isValue_ = isValue; }
+  bool isEntity() const { return isEntity_; }
+  void isEntityIs(bool isEntity) { isEntity_ = isEntity; }
+  bool hasGenericIfSupport() const { return hasGenericIfSupport_; }
+  void hasGenericIfSupportIs(bool has) { hasGenericIfSupport_ = has; }
+  /// Names and type names of the constructor parameters, in order.
+  std::vector<Name> const& constructorArgNameQ() const { return constructorArgNames_; }
+  std::vector<Name> const& constructorArgTypeQ() const { return constructorArgTypes_; }
+  void constructorArgNameQEnq(Name name) { constructorArgNames_.push_back(std::move(name)); }
+  void constructorArgTypeQEnq(Name typeName) { constructorArgTypes_.push_back(std::move(typeName)); }
+  /// The attributes in registration order, those of the base type first.
+  std::vector<Ptr<KroAttr>> const& attributeQ() const { return attributes_; }
+  void attributeQEnq(Ptr<KroAttr> const& attribute) { attributes_.push_back(attribute); }
+  /// Forgets all that was registered, so that it can be registered anew.
+  void attributesDel();
+  /// The attribute that holds the value of a single-value type; null for enumerations and records.
+  Ptr<KroAttr> const& valAttr() const { return valAttr_; }
+  void valAttrIs(KroAttr* attribute) { valAttr_ = Ptr<KroAttr>(attribute, Share{}); }
+
+  /// Enters a type into the tree of types under its full name.
+  static void typeNodeIs(KroType const* type, Name const& fullName);
+  /// The type of that full name, or null.
+  static Ptr<KroType const> typeNode(Name const& fullName);
+  /// All types of the tree, in the order in which they were entered.
+  static std::vector<Ptr<KroType const>> typeNodes();
+
+  /// A reflection object of a copy of the value at `value`, of the default value for null. Throws `ReflectionException`
+  /// for a type without reflection; so do the others.
+  virtual Ptr<GenericIf> genericIf(void const* value, bool isConst) const;
+  /// A reflection object built from an argument list; never const.
+  virtual Ptr<GenericIf> genericIf(GenericIf const* list, bool isConst) const;
+  /// A reflection object of the value that a text denotes.
+  virtual Ptr<GenericIf> genericIf(String8 const& text, bool isConst) const;
+  /// Entity types: a reflection object of an entity of this type, of no entity for any other object and for null.
+  virtual Ptr<GenericIf> genericIf_(PtrInterface* object, bool isConst) const;
 
  private:
   String8 fullName_;
-  Name name_;
+  unsigned size_ = 0;
+  bool isValue_ = false;
+  bool isEntity_ = false;
+  bool hasGenericIfSupport_ = false;
+  std::vector<Name> constructorArgNames_;
+  std::vector<Name> constructorArgTypes_;
+  std::vector<Ptr<KroAttr>> attributes_;
+  Ptr<KroAttr> valAttr_;
 };
 
 /// The last component of a full type name.

@@ -145,10 +145,10 @@ constexpr auto positions() {
 }  // namespace detail
 
 /// Positions of the stored attributes of `T`, in order.
-template <class T>
+template <Described T>
 using StoredPositions = decltype(detail::positions<T, false>());
 /// Positions of the attributes in the text of `T`, in order.
-template <class T>
+template <Described T>
 using TextPositions = decltype(detail::positions<T, true>());
 
 namespace detail {

@@ -3,6 +3,7 @@
 // theirs here; a class gets one by the members that it shares with every value (see `Value.h`).
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <concepts>
 #include <cstdint>
@@ -47,7 +48,10 @@ requires(std::integral<T> && !std::same_as<T, bool>) struct Codec<T> {
   static constexpr std::size_t maxSize = sizeof(T);
   static std::uint8_t* put(std::uint8_t* to, T value) { return storeBigEndian(to, static_cast<Wire>(value)); }
   static T get(InCursor& in) { return static_cast<T>(in.next<Wire>()); }
-  static void mix(Hash& hash, T value) { hash.mixInteger(static_cast<std::uint32_t>(value), sizeof(T)); }
+  static void mix(Hash& hash, T value) {
+    static_assert(sizeof(T) <= 4, "a hash takes attributes of at most four bytes");
+    hash.mixInteger(static_cast<std::uint32_t>(value), sizeof(T));
+  }
   static void strep(std::string& text, T value) { appendInteger(text, value); }
   /// Truncated to the width, without a range check.
   static T parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
@@ -160,7 +164,9 @@ namespace detail {
 
 template <class T, std::size_t... I>
 constexpr std::size_t maxSizeOfFields(std::index_sequence<I...>) {
-  return (Codec<typename At<T, I>::Type>::maxSize + ... + 0);
+  // One field without a bound leaves the whole without one; a sum would wrap round to a small number.
+  bool const isBounded = ((Codec<typename At<T, I>::Type>::maxSize != unboundedSize) && ...);
+  return isBounded ? (Codec<typename At<T, I>::Type>::maxSize + ... + 0) : unboundedSize;
 }
 
 template <class T, std::size_t... I>

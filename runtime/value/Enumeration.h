@@ -75,16 +75,9 @@ E enumeratorOf(String8 const& name) {
   throwRangeException(String8(enumerationName<E>()));
 }
 
-/// The type object of an enumeration, made on first use.
+/// The type object of an enumeration, made on first use. Specialized in the enumeration's own .cpp file.
 template <Enumeration E>
-Ptr<KroType const> enumerationType() {
-  static KroType const* const type = [] {
-    auto* const made = new KroType(String8(kroEnumerators(E{}).typeName));
-    made->referencesLeak();
-    return made;
-  }();
-  return share(type);
-}
+VORNACL_API Ptr<KroType const> enumerationType();
 
 /// Writes `stringValue`.
 template <Enumeration E>

@@ -38,6 +38,7 @@ class VORNACL_API Value {
   void strepTo(std::string& text) const;
   /// The type object of `X`.
   Ptr<KroType const> fwkType() const { return _fwkType(); }
+  /// Specialized in the type's own .cpp file.
   static Ptr<KroType const> _fwkType();
 
   bool operator==(Value const&) const = default;

@@ -82,16 +82,6 @@ void Value<X>::strepTo(std::string& text) const {
 }
 
 template <class X>
-Ptr<KroType const> Value<X>::_fwkType() {
-  static KroType const* const type = [] {
-    auto* const made = new KroType(String8(X::Attributes::typeName));
-    made->referencesLeak();
-    return made;
-  }();
-  return share(type);
-}
-
-template <class X>
 void readRecord(X& value, String8::IteratorConst& it, String8::IteratorConst const& end) {
   detail::openRecord(it, end, X::Attributes::typeName);
   String8 name;
