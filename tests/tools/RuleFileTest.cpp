@@ -213,8 +213,8 @@ TEST(RuleFile, stopsAtTheFirstPlaceThatIsNotAsItMustBe) {
   try {
     Demo::readRuleFile(missing);
     FAIL() << "a file that is not there was read";
-  } catch (Demo::RuleFileError const& error) {
-    EXPECT_EQ(std::string(error.what()), missing + ": cannot be read: No such file or directory");
+  } catch (std::system_error const& error) {
+    EXPECT_EQ(std::string(error.what()), missing + ": cannot be opened: No such file or directory");
   }
 }
 

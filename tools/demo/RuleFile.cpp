@@ -1,11 +1,10 @@
 #include "tools/demo/RuleFile.h"
 
-#include <cerrno>
 #include <charconv>
 #include <cstdio>
-#include <cstring>
-#include <memory>
 #include <utility>
+
+#include "tools/demo/Files.h"
 
 namespace Demo {
 
@@ -234,10 +233,6 @@ void appendPorts(std::string& text, Vorn::L4PortRange range) {
   Kro::appendInteger(text += '-', std::uint16_t{range.rangeEnd()});
 }
 
-[[noreturn]] void failFile(std::string const& path, int error) {
-  throw RuleFileError(path + ": cannot be read: " + std::strerror(error));
-}
-
 }  // namespace
 
 RuleFile readRules(std::string_view text, std::string_view name) {
@@ -250,21 +245,7 @@ RuleFile readRules(std::string_view text, std::string_view name) {
   return reader.take();
 }
 
-RuleFile readRuleFile(std::string const& path) {
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(path.c_str(), "rb"), &std::fclose);
-  if (file == nullptr) {
-    failFile(path, errno);
-  }
-  std::string text;
-  char buffer[1 << 16];
-  while (std::size_t const length = std::fread(buffer, 1, sizeof buffer, file.get())) {
-    text.append(buffer, length);
-  }
-  if (std::ferror(file.get()) != 0) {
-    failFile(path, errno);
-  }
-  return readRules(text, path);
-}
+RuleFile readRuleFile(std::string const& path) { return readRules(readFile(path), path); }
 
 std::string toText(Loosened const& loosened) {
   std::string text;

@@ -57,7 +57,7 @@ struct RuleFile {
 /// `l4Rule` is set where the loaded rule matches a port range other than 0 to 65535, a flag, or an ICMP type.
 RuleFile readRules(std::string_view text, std::string_view name);
 
-/// Reads a whole file and its rules; throws `RuleFileError` also where the file itself cannot be read.
+/// The rules of a file; throws `std::system_error` where the file itself cannot be read.
 RuleFile readRuleFile(std::string const& path);
 
 /// A sentence about the combination, as "flags 0x0200/0x1200 of protocol 0x06/0xFF: 12 filters loaded with SYN set".

@@ -1,0 +1,38 @@
+// Files and folders.
+#pragma once
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace Demo {
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+/// An open file, closed with its owner.
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+/// Opens a file as `fopen` does. Throws `std::system_error` that names it.
+File openFile(std::string const& path, char const* mode);
+
+/// All bytes of a file. Throws `std::system_error` that names it.
+std::string readFile(std::string const& path);
+
+/// A new folder for temporary files, removed with all that is in it.
+class TemporaryFolder {
+ public:
+  /// Throws `std::system_error`.
+  TemporaryFolder();
+  TemporaryFolder(TemporaryFolder const&) = delete;
+  TemporaryFolder& operator=(TemporaryFolder const&) = delete;
+  ~TemporaryFolder();
+
+  std::filesystem::path const& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+}  // namespace Demo
