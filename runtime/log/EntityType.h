@@ -105,6 +105,7 @@ Ptr<Entity::KroNboAttrLogSa> adapterIs(X& entity, Entity::Kro_BitSet flags, unsi
     throwInternalException("a stream without demultiplexer mirrors no entity");
   }
   Ptr<Entity::KroNboAttrLogSa> made = adopt(new typename X::KroNboAttrLogSa(flags, entity, out, parent));
+  made->flowOutIs(NboAttrLog::FlowOut::nothing);  // whatever is marked has a place from the first moment on
   made->hasNotificationActiveIs(true);
   return made;
 }

@@ -5,7 +5,7 @@
 // a has-synced bit for each collection. So a scalar waits while its bit is set, a collection while its bit is clear.
 #pragma once
 
-#include <deque>
+#include <list>
 #include <map>
 #include <optional>
 #include <set>
@@ -48,7 +48,7 @@ class KeyedFlowOut {
   /// them.
   std::set<Key> exempt;
   /// Removals that this end wrote, with the number of the message, until the peer has applied them.
-  std::deque<std::pair<Key, std::uint64_t>> removals;
+  std::list<std::pair<Key, std::uint64_t>> removals;
   /// References that wait for their target to be announced.
   std::map<Key, Entity const*> parked;
 };
