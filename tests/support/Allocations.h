@@ -1,0 +1,13 @@
+// What the program allocates with `operator new`, counted for each thread, and a way to let memory run out.
+#pragma once
+
+#include <cstddef>
+
+namespace VornTest {
+
+/// Number of allocations of this thread so far.
+std::size_t allocations();
+/// Lets the n-th allocation of this thread from here on fail, once; 0 lets none fail.
+void failAllocation(std::size_t n);
+
+}  // namespace VornTest
