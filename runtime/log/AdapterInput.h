@@ -35,7 +35,7 @@ auto readParameters(In& in, Demuxer& demuxer, std::index_sequence<I...>) {
 }  // namespace detail
 
 template <class X>
-void AdapterOf<X>::startApplying(In& in) {
+void AdapterOf<X>::startApplying(In& in, bool counts) {
   if (listEnd_ > in.offset()) {
     in.nextBytes(listEnd_ - in.offset());
   }
@@ -45,6 +45,9 @@ void AdapterOf<X>::startApplying(In& in) {
   }
   if (streamDemuxer() != nullptr) {
     streamDemuxer()->applyingIs(true);
+    if (counts) {
+      streamDemuxer()->messageApplied();
+    }
   }
 }
 
@@ -329,7 +332,7 @@ void AdapterOf<X>::applyCreation(D const& d, EntityId id, In& in, Case const& cr
   }
   demuxer.idSpent(id);
   demuxer.requireRoomForEntity(this);
-  startApplying(in);
+  startApplying(in, false);
   if (creation.isOvertaken()) {
     ++demuxer.stats().droppedChanges;
     return;
@@ -347,6 +350,7 @@ void AdapterOf<X>::applyCreation(D const& d, EntityId id, In& in, Case const& cr
     }
     stateIs(applyingBit, true);
   }
+  demuxer.messageApplied();  // not while the old object goes: what observers make then is overruled
   creation.create();
   if (isRegistered() && is(applyingBit) && !(pendingChildId_ == nullEntityId)) {
     if (auto* const kept = creation.find()) {

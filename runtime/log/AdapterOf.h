@@ -161,7 +161,8 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
 
   // --- applying what the peer wrote ---
   /// All fields were read: nothing may be left over, and what is thrown from now on is no fault of the peer.
-  void startApplying(In& in);
+  /// `counts`: the message counts as applied from here on, and not only at its end.
+  void startApplying(In& in, bool counts = true);
   void dispatchMessage(AttributeId id, In& in, bool given);
   template <class D>
   void deserialize(D const& d, bool removal, In& in, bool given);

@@ -151,6 +151,7 @@ void Connection::receive(std::span<std::uint8_t const> bytes) {
     return;
   }
   Ptr<Connection> const held = share(this);
+  writePreface();  // an observer may write before anybody asked for bytes
   {
     Within const receiving(receiving_);
     try {
@@ -258,7 +259,7 @@ void Connection::takePreface(std::uint8_t const* from) {
 
 void Connection::takeMessage(WireHeader const& wire, std::span<std::uint8_t const> payload) {
   bool const isWord = wire.kind == MsgKind::attribute || wire.kind == MsgKind::marker;
-  demuxer_.applyingIs(false);
+  demuxer_.messageBegins();
   ++messagesReceived_;
   try {
     if (wire.payloadLength > limits_.messageBytes) {

@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "runtime/entity/StreamAdapter.h"
@@ -107,8 +108,8 @@ class VORNACL_API Demuxer final : public EntityResolver {
   std::uint64_t peerApplied() const { return peerApplied_; }
   /// The peer told how far it has come; throws where it cannot be.
   void peerAppliedIs(std::uint64_t n);
-  /// One more message of the peer was applied.
-  void messageApplied() { ++applied_; }
+  /// The message at hand counts as applied. It does so before user code runs: what that writes comes after the message.
+  void messageApplied() { applied_ += std::exchange(counted_, true) ? 0U : 1U; }
   /// Tells the peer how far this end has come, if that is new; the frame goes before the next message.
   void writeApplied();
   /// The same once in a while where nothing else is written, so that the peer can forget what it keeps for this.
@@ -133,6 +134,8 @@ class VORNACL_API Demuxer final : public EntityResolver {
   /// Reading of the current message ended and applying began: what is thrown from now on comes from the applying end.
   void applyingIs(bool applying) { applying_ = applying; }
   bool applying() const { return applying_; }
+  /// A message begins to be read.
+  void messageBegins() { applying_ = counted_ = false; }
 
   /// The connection must be closed for this reason, as soon as no handler runs.
   void failureIs(String8 reason);
@@ -165,6 +168,7 @@ class VORNACL_API Demuxer final : public EntityResolver {
   std::uint64_t applied_ = 0;
   std::uint64_t appliedTold_ = 0;
   bool applying_ = false;
+  bool counted_ = true;  ///< the message at hand counts as applied
   bool failed_ = false;
   String8 failure_;
   Demuxer* next_ = nullptr;
