@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdio>
 #include <stdexcept>
 
 namespace Second {
@@ -17,6 +18,12 @@ std::string hex(std::string_view bytes) {
     text += "0123456789abcdef"[static_cast<unsigned char>(c) >> 4];
     text += "0123456789abcdef"[static_cast<unsigned char>(c) & 15];
   }
+  return text;
+}
+
+std::string realText(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.17g", value);
   return text;
 }
 
@@ -93,7 +100,7 @@ std::string Reader::Payload::value(std::string_view type) {
   if (type == "U16" || type == "icmp") return text(2);
   if (type == "U32") return text(4);
   if (type == "S32") return std::to_string(integer());
-  if (type == "double") return std::to_string(std::bit_cast<double>(number(8)));
+  if (type == "double") return realText(std::bit_cast<double>(number(8)));
   if (type == "string") return "\"" + plain() + "\"";
   if (type == "aclType") return text(4, 2);
   if (type == "ruleAction") return text(4, 1);
@@ -491,7 +498,7 @@ std::string Tree::dump() const {
       Reader::Attribute const& row = *Reader::attributeOf(entity, attribute);
       if (row.kind == Kind::members || row.kind == Kind::child) continue;
       for (auto const& [key, entry] : entries)
-        if (entry.text.find_first_not_of("0.") != std::string::npos || !key.empty())
+        if (entry.text != "0" || !key.empty())
           lines.insert(pathOf(id) + "." + row.name + (key.empty() ? "" : "[" + key + "]") +
                        (row.kind == Kind::references ? " -> " : " = ") + entry.text);
     }
