@@ -104,7 +104,7 @@ void Demuxer::requireRoomForEntity(Sa const* parent) const {
   for (; parent != nullptr; parent = parent->parentAdapter()) {
     ++depth;
   }
-  if (depth >= limits_.nesting) {
+  if (depth > limits_.nesting) {
     throw AttrLogEntityException(
         format("entities nested deeper than the limit of %lld", static_cast<long long>(limits_.nesting)));
   }
