@@ -16,6 +16,7 @@ class VORNACL_API AclKeyToAclIdMapping : public Kro::Entity {
   class Notifiee;
   class KroNboAttrLogSa;
   class GenericIf_;
+  class _Type;
   struct Attributes;
 
   /// Member record of `keyToId`.

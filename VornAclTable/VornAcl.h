@@ -24,6 +24,7 @@ class VORNACL_API VornAcl : public Kro::Entity {
   class Notifiee;
   class KroNboAttrLogSa;
   class GenericIf_;
+  class _Type;
   struct Attributes;
 
   /// Member record of `ipRuleById`.

@@ -13,6 +13,7 @@ class VORNACL_API VornAclColl : public Kro::Entity {
   class Notifiee;
   class KroNboAttrLogSa;
   class GenericIf_;
+  class _Type;
   struct Attributes;
 
   using AclMap = Kro::HashMap<VornAcl, AclId, VornAcl>;

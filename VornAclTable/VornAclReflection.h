@@ -8,11 +8,14 @@
 
 namespace Vorn {
 
-/// Reflects a `VornAcl`.
-class VORNACL_API VornAcl::GenericIf_ final : public Kro::EntityGenericIfOf<VornAcl> {
+/// Reflects a `VornAcl`. Derive from it and override `onAttribute` to hear changes.
+class VORNACL_API VornAcl::GenericIf_ : public Kro::EntityGenericIfOf<VornAcl> {
  public:
   class GenericIf_Adapter_;
   GenericIf_(Kro::Ptr<VornAcl> const& entity, bool isConst);
+  static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<VornAcl> const& entity, bool isConst) {
+    return Kro::adopt(new GenericIf_(entity, isConst));
+  }
 };
 
 class VORNACL_API VornAcl::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<VornAcl> {
@@ -20,29 +23,41 @@ class VORNACL_API VornAcl::GenericIf_::GenericIf_Adapter_ final : public Kro::Re
   using ReflectionAdapter::ReflectionAdapter;
   using VornAcl::Notifiee::onIpRuleById;
   using VornAcl::Notifiee::onMacRuleById;
-  void onIpRuleById(AceIndex const& key) override { owner().onKey(Attributes::ipRuleById, *this, key); }
-  void onMacRuleById(AceIndex const& key) override { owner().onKey(Attributes::macRuleById, *this, key); }
+  void onIpRuleById(AceIndex const& key) override { told(Attributes::ipRuleById, key); }
+  void onMacRuleById(AceIndex const& key) override { told(Attributes::macRuleById, key); }
 };
 
-/// Reflects a `VornAclColl`.
-class VORNACL_API VornAclColl::GenericIf_ final : public Kro::EntityGenericIfOf<VornAclColl> {
+/// The type object.
+class VORNACL_API VornAcl::_Type : public Kro::ReflectedEntityType<VornAcl> {};
+
+/// Reflects a `VornAclColl`. Derive from it and override `onAttribute` to hear changes.
+class VORNACL_API VornAclColl::GenericIf_ : public Kro::EntityGenericIfOf<VornAclColl> {
  public:
   class GenericIf_Adapter_;
   GenericIf_(Kro::Ptr<VornAclColl> const& entity, bool isConst);
+  static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<VornAclColl> const& entity, bool isConst) {
+    return Kro::adopt(new GenericIf_(entity, isConst));
+  }
 };
 
 class VORNACL_API VornAclColl::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<VornAclColl> {
  public:
   using ReflectionAdapter::ReflectionAdapter;
   using VornAclColl::Notifiee::onAcl;
-  void onAcl(AclId const& key) override { owner().onKey(Attributes::acl, *this, key); }
+  void onAcl(AclId const& key) override { told(Attributes::acl, key); }
 };
 
-/// Reflects an `AclKeyToAclIdMapping`.
-class VORNACL_API AclKeyToAclIdMapping::GenericIf_ final : public Kro::EntityGenericIfOf<AclKeyToAclIdMapping> {
+/// The type object.
+class VORNACL_API VornAclColl::_Type : public Kro::ReflectedEntityType<VornAclColl> {};
+
+/// Reflects an `AclKeyToAclIdMapping`. Derive from it and override `onAttribute` to hear changes.
+class VORNACL_API AclKeyToAclIdMapping::GenericIf_ : public Kro::EntityGenericIfOf<AclKeyToAclIdMapping> {
  public:
   class GenericIf_Adapter_;
   GenericIf_(Kro::Ptr<AclKeyToAclIdMapping> const& entity, bool isConst);
+  static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<AclKeyToAclIdMapping> const& entity, bool isConst) {
+    return Kro::adopt(new GenericIf_(entity, isConst));
+  }
 };
 
 class VORNACL_API AclKeyToAclIdMapping::GenericIf_::GenericIf_Adapter_ final
@@ -50,7 +65,10 @@ class VORNACL_API AclKeyToAclIdMapping::GenericIf_::GenericIf_Adapter_ final
  public:
   using AclKeyToAclIdMapping::Notifiee::onKeyToId;
   using ReflectionAdapter::ReflectionAdapter;
-  void onKeyToId(Zil::AclKey const& key) override { owner().onKey(Attributes::keyToId, *this, key); }
+  void onKeyToId(Zil::AclKey const& key) override { told(Attributes::keyToId, key); }
 };
+
+/// The type object.
+class VORNACL_API AclKeyToAclIdMapping::_Type : public Kro::ReflectedEntityType<AclKeyToAclIdMapping> {};
 
 }  // namespace Vorn

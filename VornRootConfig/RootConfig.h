@@ -17,6 +17,7 @@ class VORNACL_API RootConfig : public Kro::Entity {
   class Notifiee;
   class KroNboAttrLogSa;
   class GenericIf_;
+  class _Type;
   struct Attributes;
 
   using Observers = Kro::ObserverList<Kro::NotifieeOf<RootConfig>>;

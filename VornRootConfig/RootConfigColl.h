@@ -13,6 +13,7 @@ class VORNACL_API RootConfigColl : public Kro::Entity {
   class Notifiee;
   class KroNboAttrLogSa;
   class GenericIf_;
+  class _Type;
   struct Attributes;
 
   /// Entry of `chipRootConfigLastFailed`; its key is read from the referenced configuration, which counts a read there.

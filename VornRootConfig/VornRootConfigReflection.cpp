@@ -20,4 +20,22 @@ Kro::Ptr<Kro::KroType const> RootConfigColl::_fwkType() {
   return Kro::detail::entityTypeOf<RootConfigColl>(&kroInitVornRootConfig);
 }
 
+Kro::Ptr<Kro::Entity::KroNboAttrLogSa> RootConfig::_Type::childAttrLogIs(
+    Kro::Name const& attribute, Kro::Ptr<Kro::Entity> const& child, Kro::Ptr<Kro::NboAttrLog::Out> const& out) const {
+  auto const parent = Kro::ptrCast<RootConfig>(child ? child->parent() : nullptr);
+  auto const adapter = parent ? Kro::ptrCast<KroNboAttrLogSa>(static_cast<Entity&>(*parent).kroNboAttrLogSa(
+                                    Kro::Ptr<Kro::NboAttrLog::Out const>(out)))
+                              : nullptr;
+  if (!adapter || !(child->parentAttr() == attribute.string())) {
+    return nullptr;
+  }
+  if (auto const acls = Kro::ptrCast<VornAclColl>(child)) {
+    return adapter->vornAclCollNboAttrLogAdapterIs(adapter->flagWord(), *acls);
+  }
+  if (auto const mapping = Kro::ptrCast<AclKeyToAclIdMapping>(child)) {
+    return adapter->aclKeyToAclIdNboAttrLogAdapterIs(adapter->flagWord(), *mapping);
+  }
+  return nullptr;
+}
+
 }  // namespace Vorn

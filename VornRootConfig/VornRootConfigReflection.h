@@ -7,30 +7,53 @@
 
 namespace Vorn {
 
-/// Reflects a `RootConfig`.
-class VORNACL_API RootConfig::GenericIf_ final : public Kro::EntityGenericIfOf<RootConfig> {
+/// Reflection of `RootAction`.
+using RootAction_GenericIf_ = Kro::ValueGenericIf<RootAction>;
+using RootAction__Type = Kro::ValueTypeOf<RootAction>;
+inline Kro::Ptr<RootAction_GenericIf_> RootAction_GenericIf_Is(RootAction value, bool isConst) {
+  return RootAction_GenericIf_::GenericIf_Is(value, isConst);
+}
+
+/// Reflects a `RootConfig`. Derive from it and override `onAttribute` to hear changes.
+class VORNACL_API RootConfig::GenericIf_ : public Kro::EntityGenericIfOf<RootConfig> {
  public:
   class GenericIf_Adapter_;
   GenericIf_(Kro::Ptr<RootConfig> const& entity, bool isConst);
+  static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<RootConfig> const& entity, bool isConst) {
+    return Kro::adopt(new GenericIf_(entity, isConst));
+  }
 };
 
 class VORNACL_API RootConfig::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<RootConfig> {
  public:
   using ReflectionAdapter::ReflectionAdapter;
-  void onActive() override { owner().onAttribute(Attributes::active.id); }
-  void onVornAclColl() override { owner().onAttribute(Attributes::vornAclColl.id); }
-  void onAclKeyToAclId() override { owner().onAttribute(Attributes::aclKeyToAclId.id); }
-  void onAction() override { owner().onAttribute(Attributes::action.id); }
-  void onVornRootKickTime() override { owner().onAttribute(Attributes::vornRootKickTime.id); }
-  void onVornRootKick() override { owner().onAttribute(Attributes::vornRootKick.id); }
-  void onInitialized() override { owner().onAttribute(Attributes::initialized.id); }
+  void onActive() override { told(Attributes::active); }
+  void onVornAclColl() override { told(Attributes::vornAclColl); }
+  void onAclKeyToAclId() override { told(Attributes::aclKeyToAclId); }
+  void onAction() override { told(Attributes::action); }
+  void onVornRootKickTime() override { told(Attributes::vornRootKickTime); }
+  void onVornRootKick() override { told(Attributes::vornRootKick); }
+  void onInitialized() override { told(Attributes::initialized); }
 };
 
-/// Reflects a `RootConfigColl`.
-class VORNACL_API RootConfigColl::GenericIf_ final : public Kro::EntityGenericIfOf<RootConfigColl> {
+/// The type object.
+class VORNACL_API RootConfig::_Type : public Kro::ReflectedEntityType<RootConfig> {
+ public:
+  /// Gives the child of a configuration its own adapter on a stream that mirrors the configuration, and announces it
+  /// there. `attribute` names the child: "vornAclColl" or "aclKeyToAclId". Null where the child is not that one's, and
+  /// where the configuration has no adapter on the stream.
+  Kro::Ptr<Kro::Entity::KroNboAttrLogSa> childAttrLogIs(Kro::Name const& attribute, Kro::Ptr<Kro::Entity> const& child,
+                                                        Kro::Ptr<Kro::NboAttrLog::Out> const& out) const;
+};
+
+/// Reflects a `RootConfigColl`. Derive from it and override `onAttribute` to hear changes.
+class VORNACL_API RootConfigColl::GenericIf_ : public Kro::EntityGenericIfOf<RootConfigColl> {
  public:
   class GenericIf_Adapter_;
   GenericIf_(Kro::Ptr<RootConfigColl> const& entity, bool isConst);
+  static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<RootConfigColl> const& entity, bool isConst) {
+    return Kro::adopt(new GenericIf_(entity, isConst));
+  }
 };
 
 class VORNACL_API RootConfigColl::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<RootConfigColl> {
@@ -38,10 +61,11 @@ class VORNACL_API RootConfigColl::GenericIf_::GenericIf_Adapter_ final : public 
   using ReflectionAdapter::ReflectionAdapter;
   using RootConfigColl::Notifiee::onChipRootConfig;
   using RootConfigColl::Notifiee::onChipRootConfigLastFailed;
-  void onChipRootConfig(std::uint32_t key) override { owner().onKey(Attributes::chipRootConfig, *this, key); }
-  void onChipRootConfigLastFailed(ChipId key) override {
-    owner().onKey(Attributes::chipRootConfigLastFailed, *this, key);
-  }
+  void onChipRootConfig(std::uint32_t key) override { told(Attributes::chipRootConfig, key); }
+  void onChipRootConfigLastFailed(ChipId key) override { told(Attributes::chipRootConfigLastFailed, key); }
 };
+
+/// The type object.
+class VORNACL_API RootConfigColl::_Type : public Kro::ReflectedEntityType<RootConfigColl> {};
 
 }  // namespace Vorn

@@ -11,11 +11,20 @@ Ptr<KroType const> entityBaseType() {
     auto* const made = new KroType("Kro::Entity");
     made->referencesLeak();
     made->isEntityIs(true);
-    auto const attribute = made->attrIs("kroNboAttrLogSaForMsgChannel", fwkTypeOf<void*>(), nullptr, nullptr,
+    auto const attribute = made->attrIs(String8(kroNboAttrLogSaForMsgChannelName), fwkTypeOf<void*>(), nullptr, nullptr,
                                         detail::FlagsOf::operation, kroNboAttrLogSaForMsgChannelId);
     attribute->introspectionFlagsIs(detail::introspectOperation);
     attribute->toolKindIs("function");
     made->attributeQEnq(attribute);
+    return made;
+  }();
+  return share(type);
+}
+
+Ptr<KroType const> ptrInterfaceType() {
+  static KroType const* const type = [] {
+    auto* const made = new KroType("Kro::PtrInterface");
+    made->referencesLeak();
     return made;
   }();
   return share(type);
@@ -63,12 +72,46 @@ void GenericIfEntity::requireEntity() const {
   }
 }
 
+String8 GenericIfEntity::name() const { return entity_ ? entity_->name().string() : String8(); }
+
+Ptr<GenericIf> GenericIfEntity::attributeOp(AttributeOp const& op, Ptr<GenericIf const> const& index,
+                                            Ptr<GenericIf> const& arg) {
+  if (static_cast<AttributeId>(op.attributeId) != kroNboAttrLogSaForMsgChannelId) {
+    return GenericIf::attributeOp(op, index, arg);
+  }
+  // Takes a stream adapter, which no reflection object stands for.
+  ReflectionPlace const place(*type(), kroNboAttrLogSaForMsgChannelId, kroNboAttrLogSaForMsgChannelName, op.opId,
+                              "none");
+  throwOpNotSupportedException(String8(kroNboAttrLogSaForMsgChannelName), op.opId, false);
+}
+
 void GenericIfEntity::activitySchedulerIs(ActivityScheduler* scheduler) {
   activity_ = scheduler != nullptr ? std::make_unique<ActivityConfig>(*scheduler, *this) : nullptr;
+  if (pending_ == ActivityConfig::nothing) {
+    return;
+  }
+  if (activity_) {
+    activity_->schedule();
+  } else {
+    handleNotification(nullptr);  // what waited on the old scheduler is told now
+  }
+}
+
+void GenericIfEntity::pendingBulkIs() {
+  pending_ = ActivityConfig::bulk;
+  if (activity_) {
+    activity_->schedule();
+  } else {
+    handleNotification(nullptr);
+  }
 }
 
 void GenericIfEntity::pendingIs(AttributeId id) {
-  pending_ = pending_ == ActivityConfig::nothing || pending_ == id ? id : ActivityConfig::several;
+  if (pending_ == ActivityConfig::nothing) {
+    pending_ = id;
+  } else if (pending_ != id && pending_ != ActivityConfig::bulk) {
+    pending_ = ActivityConfig::several;
+  }
 }
 
 }  // namespace Kro

@@ -64,15 +64,23 @@ class VORNACL_API GenericIfEntity : public GenericIf {
   /// The entity, null where this reflects none.
   Entity* rawEntity() const { return entity_.get(); }
   String8 strRep() const override { return valueToStrepOfRawPtr(rawEntity(), typeid(Entity)); }
+  /// The entity's name, empty where this reflects none.
+  String8 name() const override;
+  Ptr<GenericIf> attributeOp(AttributeOp const& op, Ptr<GenericIf const> const& index,
+                             Ptr<GenericIf> const& arg) override;
 
-  /// Defers the telling of changed collections until the scheduler is stepped; null tells them at once again.
+  /// Defers the telling of changed collections until the scheduler is stepped; null tells them at once again. What
+  /// waits goes over to the new scheduler, or is told. Other attributes are always told at once.
   void activitySchedulerIs(ActivityScheduler* scheduler);
+  /// Every attribute may have changed, any number of times: at the next step (at once without a scheduler) each is
+  /// told by `onAttribute(id)`.
+  void pendingBulkIs();
   ActivityConfig* activityPtr() const override { return activity_.get(); }
   ActivitySm* actsm() override { return activity_ ? &activity_->actsm() : nullptr; }
-  using PtrInterface::Notifiee::name;
 
  protected:
   GenericIfEntity(Ptr<Entity> entity, bool isConst) : GenericIf(isConst), entity_(std::move(entity)) {}
+  void entityIs(Ptr<Entity> entity) { entity_ = std::move(entity); }
   /// Throws where there is no entity.
   void requireEntity() const;
   void pendingIs(AttributeId id);
@@ -85,6 +93,18 @@ class VORNACL_API GenericIfEntity : public GenericIf {
 };
 
 namespace detail {
+
+template <class X, std::size_t... I>
+constexpr auto parameterNames(std::index_sequence<I...>) {
+  if constexpr (X::Attributes::isNamed) {
+    return std::array<std::string_view, sizeof...(I) + 1>{"name", entityAttribute<X, I>.name...};
+  } else {
+    return std::array<std::string_view, sizeof...(I)>{entityAttribute<X, I>.name...};
+  }
+}
+/// The names of the constructor parameters of entity type `X`, in order.
+template <class X>
+inline constexpr auto entityParameterNames = parameterNames<X>(PositionsOfKind<X, AttributeKind::parameter>());
 
 template <class M, std::size_t... I>
 auto takeParameters(GenericIf const* list, std::string_view attribute, std::index_sequence<I...>) {
@@ -138,10 +158,16 @@ Ptr<GenericIf> reflectEntity(Ptr<X> const& entity, bool isConst) {
   return fwkTypeOf<std::remove_const_t<X>>()->genericIf_(const_cast<std::remove_const_t<X>*>(entity.get()), isConst);
 }
 
-/// Reflection of entity type `X`; the type's own `GenericIf_` adds the observer whose handlers have names.
+template <class X>
+class ReflectionAdapter;
+
+/// Reflection of entity type `X`; the type's own `GenericIf_` adds the observer whose handlers have names. The object
+/// holds its entity. Switching its notification or its registration off and on silences the observer.
 template <class X>
 class EntityGenericIfOf : public GenericIfEntity {
  public:
+  ~EntityGenericIfOf() override;
+
   Ptr<X> obj() const { return share(entity()); }
   X* entity() const { return static_cast<X*>(rawEntity()); }
 
@@ -152,32 +178,22 @@ class EntityGenericIfOf : public GenericIfEntity {
                              Ptr<GenericIf> const& arg) override;
   AttributeIteratorConst attributeIteratorConst(AttributeId id) const override { return iterator(id, nullptr); }
   AttributeIteratorConst attributeIteratorKeyConst(AttributeId id, Ptr<GenericIf const> const& key) const override {
-    return iterator(id, key.get());
+    return iterator(id, &key);
   }
+  void notifierIs(Ptr<PtrInterface const> const& entity) override;
+  void isRegisteredNotifieeIs(bool registered) const override;
   void handleNotification(ActivityConfig* config) override;
   void kroDoZombieReactors(bool zombie) override;
 
-  ~EntityGenericIfOf() override {
-    if (adapter_) {
-      adapter_->notifierIs(nullptr);
-    }
-  }
-
   /// A keyed attribute changed, told by the adapter.
-  template <class D, class Adapter>
-  void onKey(D const& d, Adapter& adapter, typename D::Key const& key);
+  template <class D>
+  void onKey(D const& d, typename D::Key const& key);
   using GenericIf::onAttribute;
 
  protected:
   EntityGenericIfOf(Ptr<X> const& entity, bool isConst) : GenericIfEntity(entity, isConst) {}
   /// Links the object to its entity through an observer of the type.
-  void adapterIs(Ptr<typename X::Notifiee> const& adapter) {
-    adapter_ = adapter;
-    adapter->isRegisteredNotifieeIs(true);
-    adapter->notifierIs(Ptr<PtrInterface const>(obj()));
-    adapter->isWeakReferenceIs(true);
-    notifierIs(Ptr<PtrInterface const>(obj()));
-  }
+  void adapterIs(Ptr<ReflectionAdapter<X>> const& adapter);
 
  private:
   template <class D>
@@ -185,30 +201,41 @@ class EntityGenericIfOf : public GenericIfEntity {
   template <class D>
   bool tryAttribute(D const& d, AttributeOp const& op, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg,
                     Ptr<GenericIf>& result);
+  Ptr<GenericIf> baseAttributeOp(AttributeOp const& op, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg);
   template <class D>
   Ptr<GenericIf> plain(D const& d, AttributeOp const& op, Ptr<GenericIf> const& arg);
   template <class D>
   Ptr<GenericIf> keyed(D const& d, AttributeOp const& op, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg);
   template <class D>
   Ptr<GenericIf> create(D const& d, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg);
-  AttributeIteratorConst iterator(AttributeId id, GenericIf const* key) const;
+  AttributeIteratorConst iterator(AttributeId id, Ptr<GenericIf const> const* key) const;
   template <class D>
   void deliver(D const& d, bool inBulk);
 
-  Ptr<typename X::Notifiee> adapter_;
+  Ptr<ReflectionAdapter<X>> adapter_;
 };
 
 /// The base of `X::GenericIf_::GenericIf_Adapter_`: an observer of `X` on behalf of a reflection object.
 template <class X>
 class ReflectionAdapter : public X::Notifiee {
  public:
-  using Owner = typename X::GenericIf_;
+  using Owner = EntityGenericIfOf<X>;
   explicit ReflectionAdapter(Owner* owner) : owner_(owner) {}
 
-  Ptr<PtrInterface::NotifieeConst> kroReactor() const override { return share<PtrInterface::NotifieeConst>(owner_); }
-  PtrInterface::NotifieeConst* kroRawReactor() const override { return owner_; }
-  void onNotificationException(AttributeId id) override { owner_->onNotificationException(id); }
-  void onZeroReferences() override { owner_->onZeroReferences(); }
+  Ptr<PtrInterface::NotifieeConst> kroReactor() const override { return share(kroRawReactor()); }
+  PtrInterface::NotifieeConst* kroRawReactor() const override {
+    return owner_ != nullptr ? owner_ : X::Notifiee::kroRawReactor();
+  }
+  void onNotificationException(AttributeId id) override {
+    if (owner_ != nullptr) {
+      owner_->onNotificationException(id);
+    }
+  }
+  void onZeroReferences() override {
+    if (owner_ != nullptr) {
+      owner_->onZeroReferences();
+    }
+  }
   void kroDoZombieReactors(bool zombie) {
     if (zombie == this->kroMarkedForDeletion()) {
       return;
@@ -218,9 +245,23 @@ class ReflectionAdapter : public X::Notifiee {
     }
     this->kroMarkedForDeletionIs(zombie);
   }
+  /// The reflection object goes: a dispatch that is under way may still call this observer.
+  void ownerDel() { owner_ = nullptr; }
 
  protected:
-  Owner& owner() const { return *owner_; }
+  /// An attribute without key changed.
+  template <class D>
+  void told(D const&) {
+    if (Ptr<Owner> const held = share(owner_)) {
+      held->onAttribute(D::id);
+    }
+  }
+  template <class D>
+  void told(D const& d, typename D::Key const& key) {
+    if (Ptr<Owner> const held = share(owner_)) {  // a handler may drop the reflection object
+      held->onKey(d, key);
+    }
+  }
 
  private:
   Owner* owner_;
@@ -228,7 +269,7 @@ class ReflectionAdapter : public X::Notifiee {
 
 /// The type object of entity type `X`, with reflection.
 template <class X>
-class ReflectedEntityType final : public EntityTypeOf<X> {
+class ReflectedEntityType : public EntityTypeOf<X> {
  public:
   using EntityTypeOf<X>::genericIf;
 
@@ -240,7 +281,7 @@ class ReflectedEntityType final : public EntityTypeOf<X> {
   }
   Ptr<GenericIf> genericIf(GenericIf const* list, bool isConst) const override;
   Ptr<GenericIf> genericIf_(PtrInterface* object, bool isConst) const override {
-    return Ptr<GenericIf>(new typename X::GenericIf_(share(dynamic_cast<X*>(object)), isConst), Adopt{});
+    return X::GenericIf_::GenericIf_Is(share(dynamic_cast<X*>(object)), isConst);
   }
 };
 
@@ -249,7 +290,7 @@ namespace detail {
 /// The type object of entity type `X`; `registration` is the function of the source that declares it.
 template <class X>
 Ptr<KroType const> entityTypeOf(void (*registration)()) {
-  return slottedType<X, ReflectedEntityType<X>>(registration);
+  return slottedType<X, typename X::_Type>(registration);
 }
 
 }  // namespace detail
@@ -267,11 +308,11 @@ void placeEntityType() {
   Ptr<KroType const> const type = fwkTypeOf<X>();
   auto& handles = attributeHandles<X>();
   auto const look = [&](std::string_view name) { handles.push_back(type->attr(String8(name))); };
-  look("kroNboAttrLogSaForMsgChannel");
-  look("kroHasAttrLogInterface");
+  look(kroNboAttrLogSaForMsgChannelName);
+  look(kroHasAttrLogInterfaceName);
   forEachEntityAttribute<X>([&](auto const& d) { look(d.name); });
-  if constexpr (requires { typename X::KroHashLink; }) {
-    look("fwkKey");
+  if constexpr (KeyedEntity<X>) {
+    look(fwkKeyName);
   }
 }
 

@@ -1,6 +1,8 @@
 // The operations of `EntityGenericIfOf`. Included by that header.
 #pragma once
 
+#include <span>
+
 #include "runtime/reflection/EntityReflection.h"
 
 namespace Kro {
@@ -12,6 +14,9 @@ void* EntityGenericIfOf<X>::voidPtrIs(Ptr<KroType const> const& wanted) const {
   }
   if (wanted == entityBaseType()) {
     return rawEntity();
+  }
+  if (wanted == ptrInterfaceType()) {
+    return static_cast<PtrInterface*>(rawEntity());
   }
   throwTypeException(type()->name().string(), wanted ? wanted->fullName() : String8(), type()->fullName());
 }
@@ -30,20 +35,56 @@ inline Name takeName(GenericIf const* list, std::string_view attribute) {
   return name;
 }
 
-/// Calls an entity's function; one that yields nothing yields a null pointer.
+/// Calls a function that changes the entity; it yields nothing.
 template <class C, class R, class Object, class... A>
-Ptr<GenericIf> callEntity(R (C::*call)(A...), Object& object, GenericIf const* list,
-                          std::array<std::string_view, sizeof...(A)> const& names, std::string_view function, bool) {
+Ptr<GenericIf> callWith(R (C::*call)(A...), Object& object, GenericIf const* list,
+                        std::array<std::string_view, sizeof...(A)> const& names, std::string_view function,
+                        bool isConst) {
+  static_assert(std::is_void_v<R>, "a function that changes the entity yields nothing");
+  if (isConst) {
+    throwConstException("attempting to modify a const instance");
+  }
   auto const arguments =
       takeArguments<std::tuple<std::remove_cvref_t<A>...>>(list, names, function, std::index_sequence_for<A...>());
   std::apply([&](auto const&... a) { (object.*call)(a...); }, arguments);
-  return nullptr;
+  return genericIfOf<void*>(nullptr, isConst);
 }
-template <class C, class R, class Object, class... A>
-Ptr<GenericIf> callEntity(R (C::*call)(A...) const, Object& object, GenericIf const* list,
-                          std::array<std::string_view, sizeof...(A)> const& names, std::string_view function,
-                          bool isConst) {
-  return callWith(call, object, list, names, function, isConst);
+
+/// The operations that an attribute has.
+template <class D>
+constexpr std::string_view operationsOf() {
+  switch (D::kind) {
+    case AttributeKind::parameter:
+    case AttributeKind::function:
+      return "0";
+    case AttributeKind::scalar:
+    case AttributeKind::counter:
+      return "0 or 128";
+    case AttributeKind::child:
+      return "0, 128 or 129";
+    default:
+      return "0 to 3, 128 or 129";
+  }
+}
+
+inline constexpr std::string_view childParameters[] = {"name"};
+template <class D>
+inline constexpr std::string_view referenceParameters[] = {keyNameOf<D>()};
+
+/// The parameters that an attribute takes in an argument list.
+template <class D>
+constexpr std::span<std::string_view const> parametersOf(D const& d) {
+  if constexpr (D::kind == AttributeKind::function) {
+    return d.arguments;
+  } else if constexpr (D::kind == AttributeKind::child) {
+    return childParameters;
+  } else if constexpr (D::kind == AttributeKind::members) {
+    return entityParameterNames<typename D::Element>;
+  } else if constexpr (D::kind == AttributeKind::references) {
+    return referenceParameters<D>;
+  } else {
+    return {};
+  }
 }
 
 }  // namespace detail
@@ -55,11 +96,7 @@ Ptr<GenericIf> EntityGenericIfOf<X>::plain(D const& d, AttributeOp const& op, Pt
   X& object = *entity();
   if constexpr (D::kind == AttributeKind::function) {
     if (op.opId == AttributeOp::read) {
-      constexpr bool modifies = !requires { detail::callWith(d.call, object, nullptr, d.arguments, d.name, true); };
-      if (modifies && isConst()) {
-        throwConstException("attempting to modify a const instance");
-      }
-      return detail::callEntity(d.call, object, arg.get(), d.arguments, d.name, isConst());
+      return detail::callWith(d.call, object, arg.get(), d.arguments, d.name, isConst());
     }
   } else if constexpr (D::kind == AttributeKind::child) {
     if (op.opId == AttributeOp::read) {
@@ -92,7 +129,7 @@ Ptr<GenericIf> EntityGenericIfOf<X>::create(D const& d, Ptr<GenericIf const> con
   X& object = *entity();
   if constexpr (D::kind == AttributeKind::values) {
     auto const& key = *static_cast<typename D::Key const*>(
-        detail::argumentOf(index.get(), fwkTypeOf<typename D::Key>(), detail::keyNameOf<D>()));
+        argumentOf(index.get(), fwkTypeOf<typename D::Key>(), detail::keyNameOf<D>()));
     (object.*(d.set))(key, detail::Argument<Element>::as(arg.get(), d.name));
     return nullptr;
   } else {
@@ -107,6 +144,9 @@ Ptr<GenericIf> EntityGenericIfOf<X>::create(D const& d, Ptr<GenericIf const> con
     } else {
       LinkedQueue<GenericIf> queue = argumentQueue(arg.get());
       auto const target = detail::Argument<Ptr<Element const>>::as(queue.deq().get(), detail::keyNameOf<D>());
+      if (!target) {
+        throwTypeException(String8(detail::keyNameOf<D>()), fwkTypeOf<Element>()->fullName(), "null");
+      }
       if (!queue.empty()) {
         throwUnknownArgException(String8(d.name));
       }
@@ -125,7 +165,7 @@ Ptr<GenericIf> EntityGenericIfOf<X>::keyed(D const& d, AttributeOp const& op, Pt
   auto const& map = object.*(d.field);
   auto const key = [&]() -> typename D::Key const& {
     return *static_cast<typename D::Key const*>(
-        detail::argumentOf(index.get(), fwkTypeOf<typename D::Key>(), detail::keyNameOf<D>()));
+        argumentOf(index.get(), fwkTypeOf<typename D::Key>(), detail::keyNameOf<D>()));
   };
   switch (op.opId) {
     case AttributeOp::read:
@@ -166,10 +206,16 @@ bool EntityGenericIfOf<X>::tryAttribute(D const& d, AttributeOp const& op, Ptr<G
   if (D::id != static_cast<AttributeId>(op.attributeId)) {
     return false;
   }
-  Ptr<KroType const> const own = type();
-  ReflectionPlace const place(own->fullName(), d.name, op.opId);
   constexpr bool isCollection =
       D::kind == AttributeKind::values || D::kind == AttributeKind::members || D::kind == AttributeKind::references;
+  if constexpr (!isCollection && D::kind != AttributeKind::function) {
+    if (op.opId == AttributeOp::read && !index && entity() != nullptr) {  // the common case needs no place
+      result = plain(d, op, arg);
+      return true;
+    }
+  }
+  Ptr<KroType const> const own = type();
+  ReflectionPlace const place(*own, D::id, d.name, op.opId, detail::operationsOf<D>(), detail::parametersOf(d));
   if (!isCollection && index) {
     throwBadIndexAttrException(String8(d.name));
   }
@@ -191,17 +237,34 @@ Ptr<GenericIf> EntityGenericIfOf<X>::attributeOp(AttributeOp const& op, Ptr<Gene
                  X::Attributes::all)) {
     return result;
   }
-  if (op.opId == AttributeOp::read && static_cast<AttributeId>(op.attributeId) == kroHasAttrLogInterfaceId) {
-    requireEntity();
-    return genericIfOf(entity()->kroHasAttrLogInterface(), isConst());
+  return baseAttributeOp(op, index, arg);
+}
+
+/// The key of a member, and the attribute that tells whether the entity can be mirrored.
+template <class X>
+Ptr<GenericIf> EntityGenericIfOf<X>::baseAttributeOp(AttributeOp const& op, Ptr<GenericIf const> const& index,
+                                                     Ptr<GenericIf> const& arg) {
+  auto const id = static_cast<AttributeId>(op.attributeId);
+  bool const isKey = KeyedEntity<X> && id == fwkKeyId;
+  if (!isKey && id != kroHasAttrLogInterfaceId) {
+    return GenericIfEntity::attributeOp(op, index, arg);
   }
-  if constexpr (requires { typename X::KroHashLink; }) {
-    if (op.opId == AttributeOp::read && op.attributeId == 0) {
-      requireEntity();
+  std::string_view const name = isKey ? fwkKeyName : kroHasAttrLogInterfaceName;
+  Ptr<KroType const> const own = type();
+  ReflectionPlace const place(*own, id, name, op.opId, "0");
+  if (index) {
+    throwBadIndexAttrException(String8(name));
+  }
+  requireEntity();
+  if (op.opId != AttributeOp::read) {
+    throwOpNotSupportedException(String8(name), op.opId, false);
+  }
+  if constexpr (KeyedEntity<X>) {
+    if (isKey) {
       return genericIfOf((entity()->*(entityAttribute<X, 0>.get))(), isConst());
     }
   }
-  return GenericIfEntity::attributeOp(op, index, arg);
+  return detail::callWith(&X::kroHasAttrLogInterface, *entity(), arg.get(), {}, name, isConst());
 }
 
 // --- iteration ---
@@ -211,7 +274,7 @@ template <class D>
 class EntityGenericIfOf<X>::IteratorState final : public AttributeIteratorConst::State {
  public:
   using Iterator = typename D::MapType::Iterator;
-  explicit IteratorState(Iterator const& at) : at_(at) {}
+  IteratorState(Ptr<X> entity, Iterator const& at) : entity_(std::move(entity)), at_(at) {}
 
   bool nonNull() const override { return static_cast<bool>(at_); }
   void advance() override { at_.advance(); }
@@ -231,14 +294,16 @@ class EntityGenericIfOf<X>::IteratorState final : public AttributeIteratorConst:
       return genericIfOf<typename D::Key>(std::remove_reference_t<decltype(*at_)>::KroHashLink::key(*at_));
     }
   }
-  std::unique_ptr<State> clone() const override { return std::make_unique<IteratorState>(at_); }
+  std::unique_ptr<State> clone() const override { return std::make_unique<IteratorState>(entity_, at_); }
 
  private:
+  Ptr<X> entity_;  // owns the map that the iterator points to
   Iterator at_;
 };
 
 template <class X>
-GenericIf::AttributeIteratorConst EntityGenericIfOf<X>::iterator(AttributeId id, GenericIf const* key) const {
+GenericIf::AttributeIteratorConst EntityGenericIfOf<X>::iterator(AttributeId id,
+                                                                 Ptr<GenericIf const> const* key) const {
   requireEntity();
   std::unique_ptr<AttributeIteratorConst::State> state;
   forEachEntityAttribute<X>([&](auto const& d) {
@@ -251,9 +316,10 @@ GenericIf::AttributeIteratorConst EntityGenericIfOf<X>::iterator(AttributeId id,
       using Iterator = typename D::MapType::Iterator;
       auto const& map = entity()->*(d.field);
       state = std::make_unique<IteratorState<D>>(
-          key == nullptr ? Iterator(map)
-                         : Iterator(map, *static_cast<typename D::Key const*>(detail::argumentOf(
-                                             key, fwkTypeOf<typename D::Key>(), detail::keyNameOf<D>()))));
+          obj(), key == nullptr
+                     ? Iterator(map)
+                     : Iterator(map, *static_cast<typename D::Key const*>(argumentOf(
+                                         key->get(), fwkTypeOf<typename D::Key>(), detail::keyNameOf<D>()))));
     }
   });
   return state ? AttributeIteratorConst(share<GenericIf const>(this), id, std::move(state))
@@ -263,10 +329,43 @@ GenericIf::AttributeIteratorConst EntityGenericIfOf<X>::iterator(AttributeId id,
 // --- notification ---
 
 template <class X>
-template <class D, class Adapter>
-void EntityGenericIfOf<X>::onKey(D const&, Adapter& adapter, typename D::Key const& key) {
-  constexpr std::size_t position = detail::keyedBefore<X>(D::id);
-  auto& pending = adapter.template pending<position>();
+EntityGenericIfOf<X>::~EntityGenericIfOf() {
+  if (adapter_) {
+    adapter_->ownerDel();
+    adapter_->notifierIs(nullptr);
+  }
+}
+
+template <class X>
+void EntityGenericIfOf<X>::adapterIs(Ptr<ReflectionAdapter<X>> const& adapter) {
+  adapter_ = adapter;
+  adapter->isRegisteredNotifieeIs(true);
+  adapter->notifierIs(Ptr<PtrInterface const>(obj()));
+  adapter->isWeakReferenceIs(true);
+  storeRegistered(true);
+}
+
+template <class X>
+void EntityGenericIfOf<X>::notifierIs(Ptr<PtrInterface const> const& entity) {
+  Ptr<X> const wanted = share(const_cast<X*>(dynamic_cast<X const*>(entity.get())));
+  if (adapter_) {
+    adapter_->notifierIs(Ptr<PtrInterface const>(wanted));
+  }
+  entityIs(wanted);
+}
+
+template <class X>
+void EntityGenericIfOf<X>::isRegisteredNotifieeIs(bool registered) const {
+  storeRegistered(registered);
+  if (adapter_) {
+    adapter_->isRegisteredNotifieeIs(registered);
+  }
+}
+
+template <class X>
+template <class D>
+void EntityGenericIfOf<X>::onKey(D const&, typename D::Key const& key) {
+  auto& pending = adapter_->template pending<detail::keyedBefore<X>(D::id)>();
   pending.lastKey = key;
   if (kroOnAttribute(D::id, &pending.count)) {
     pendingIs(D::id);
@@ -275,46 +374,46 @@ void EntityGenericIfOf<X>::onKey(D const&, Adapter& adapter, typename D::Key con
   onAttribute(D::id, genericIfOf<typename D::Key>(key));
 }
 
+/// Tells an attribute that waits: by its key where it changed once, by itself where it changed more often.
 template <class X>
 template <class D>
 void EntityGenericIfOf<X>::deliver(D const&, bool inBulk) {
-  if constexpr (D::kind == AttributeKind::values || D::kind == AttributeKind::members ||
-                D::kind == AttributeKind::references) {
-    auto& pending = adapter_->template pending<detail::keyedBefore<X>(D::id)>();
-    unsigned const count = std::exchange(pending.count, std::uint8_t{0});
-    if (inBulk || count > 1) {
-      onAttribute(D::id);  // the single keys are no longer known
-    } else if (count == 1) {
-      onAttribute(D::id, genericIfOf<typename D::Key>(pending.lastKey));
-    }
-  } else if constexpr (D::kind != AttributeKind::parameter && D::kind != AttributeKind::function) {
-    if (inBulk) {
+  try {
+    if constexpr (D::kind == AttributeKind::values || D::kind == AttributeKind::members ||
+                  D::kind == AttributeKind::references) {
+      auto& pending = adapter_->template pending<detail::keyedBefore<X>(D::id)>();
+      unsigned const count = std::exchange(pending.count, std::uint8_t{0});
+      if (inBulk || count > 1) {
+        onAttribute(D::id);  // the single keys are no longer known
+      } else if (count == 1) {
+        onAttribute(D::id, genericIfOf<typename D::Key>(pending.lastKey));
+      }
+    } else if (inBulk) {
       onAttribute(D::id);
     }
+  } catch (...) {  // harms no other attribute
+    handleNotificationException(D::id);
   }
 }
 
 template <class X>
 void EntityGenericIfOf<X>::handleNotification(ActivityConfig* config) {
   AttributeId const pending = takePending();
-  ActivitySm* const machine = actsm();
   bool const all = pending == ActivityConfig::several || pending == ActivityConfig::bulk;
-  bool known = all;
   if (all) {
     GenericIfEntity::handleNotification(config);
-    redispatch(machine);
   }
-  bool first = true;
+  bool known = all;
   forEachEntityAttribute<X>([&](auto const& d) {
     using D = std::remove_cvref_t<decltype(d)>;
-    if (!all && D::id != pending) {
-      return;
-    }
-    known = true;
-    if (all && !std::exchange(first, false)) {
-      redispatch(machine);
-    }
-    if (adapter_) {
+    if constexpr (D::kind != AttributeKind::parameter && D::kind != AttributeKind::function) {
+      if (!all && D::id != pending) {
+        return;
+      }
+      known = true;
+      if (all) {
+        redispatch(actsm());  // a handler may have taken the activity away
+      }
       deliver(d, pending == ActivityConfig::bulk);
     }
   });
@@ -330,7 +429,7 @@ void EntityGenericIfOf<X>::kroDoZombieReactors(bool zombie) {
     return;
   }
   if (adapter_) {
-    static_cast<typename X::GenericIf_::GenericIf_Adapter_&>(*adapter_).kroDoZombieReactors(zombie);
+    adapter_->kroDoZombieReactors(zombie);
   }
   GenericIfEntity::kroDoZombieReactors(zombie);
 }
@@ -339,7 +438,7 @@ void EntityGenericIfOf<X>::kroDoZombieReactors(bool zombie) {
 
 template <class X>
 Ptr<GenericIf> ReflectedEntityType<X>::genericIf(GenericIf const* list, bool) const {
-  ReflectionPlace const place(this->fullName(), {}, -1);
+  ReflectionPlace const place(*this, detail::entityParameterNames<X>);
   LinkedQueue<GenericIf> queue = argumentQueue(list);
   auto const make = [&]<std::size_t... I>(std::index_sequence<I...>)->Ptr<X> {
     if constexpr (X::Attributes::isNamed) {

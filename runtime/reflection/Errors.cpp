@@ -8,29 +8,52 @@ namespace {
 
 thread_local ReflectionPlace const* innermostPlace = nullptr;
 
+/// " in operation 128 of attribute dscp (5) of Vorn::IpFilter", or nothing outside of any place.
+String8 inPlace() {
+  ReflectionPlace const* const place = ReflectionPlace::innermost();
+  return place != nullptr ? " in " + place->asked() : String8();
+}
+
 }  // namespace
 
-ReflectionPlace::ReflectionPlace(String8 const& typeName, std::string_view attribute, int opId)
-    : typeName_(typeName), attribute_(attribute), opId_(opId), outer_(std::exchange(innermostPlace, this)) {}
+ReflectionPlace::ReflectionPlace(KroType const& type, AttributeId attributeId, std::string_view attribute, int opId,
+                                 std::string_view operations, std::span<std::string_view const> parameters)
+    : type_(type),
+      attributeId_(attributeId),
+      attribute_(attribute),
+      opId_(opId),
+      operations_(operations),
+      parameters_(parameters),
+      outer_(std::exchange(innermostPlace, this)) {}
+
+ReflectionPlace::ReflectionPlace(KroType const& type, std::span<std::string_view const> parameters)
+    : type_(type), isListConstructor_(true), parameters_(parameters), outer_(std::exchange(innermostPlace, this)) {}
 
 ReflectionPlace::~ReflectionPlace() { innermostPlace = outer_; }
 
-String8 ReflectionPlace::current() {
-  if (innermostPlace == nullptr) {
-    return {};
+ReflectionPlace const* ReflectionPlace::innermost() { return innermostPlace; }
+
+String8 ReflectionPlace::asked() const {
+  if (isListConstructor_) {
+    return "the list constructor of " + type_.fullName();
   }
-  ReflectionPlace const& place = *innermostPlace;
-  String8 text = place.opId_ >= 0 ? " in operation " + valueToStrep(place.opId_) : String8(" in a list constructor");
-  if (!place.attribute_.empty()) {
-    text += " of attribute " + String8(place.attribute_);
+  String8 const id = format("%d", attributeId_);
+  return format("operation %d of attribute ", opId_) +
+         (attribute_.empty() ? id : String8(attribute_) + " (" + id + ")") + " of " + type_.fullName();
+}
+
+String8 ReflectionPlace::parameters() const {
+  String8 text = "(";
+  for (std::string_view const parameter : parameters_) {
+    text += (text.length() > 1 ? String8(", ") : String8()) + String8(parameter);
   }
-  return text + " of " + place.typeName_;
+  return text + ")";
 }
 
 void throwConstException(char const* message) { throw ConstException({}, message); }
 
 void throwTypeException(String8 const& what, String8 const& expected, String8 const& got) {
-  String8 text = "wrong type: " + what + ReflectionPlace::current();
+  String8 text = "wrong type: " + what + inPlace();
   if (!expected.empty()) {
     text += ": expected " + expected + ", got " + (got.empty() ? String8("nothing") : got);
   }
@@ -38,24 +61,29 @@ void throwTypeException(String8 const& what, String8 const& expected, String8 co
 }
 
 void throwUnknownArgException(String8 const& where) {
-  throw UnknownArgException(
-      where, "surplus argument for " + where + ReflectionPlace::current() + ": expected no more than its parameters");
+  String8 text = "surplus argument: " + where + inPlace();
+  if (ReflectionPlace const* const place = ReflectionPlace::innermost()) {
+    text += ": expected " + place->parameters();
+  }
+  throw UnknownArgException(where, text);
 }
 
 void throwOpNotSupportedException(String8 const& attribute, int opId, bool isCollection) {
-  throw OpNotSupportedException(
-      attribute, "operation " + valueToStrep(opId) + " is not supported by " + attribute + ReflectionPlace::current() +
-                     (isCollection ? ": expected 0 to 3, 128 or 129" : ": expected 0, or 128 where it is writable"));
+  String8 text = "operation not supported: " + format("%d of ", opId) + attribute;
+  if (ReflectionPlace const* const place = ReflectionPlace::innermost()) {
+    text = "operation not supported: " + place->asked() + ": expected " + String8(place->operations());
+  } else if (isCollection) {
+    text += ", a collection";
+  }
+  throw OpNotSupportedException(attribute, text);
 }
 
 void throwBadIndexAttrException(String8 const& attribute) {
-  throw BadIndexAttrException(attribute,
-                              "index given to " + attribute + ReflectionPlace::current() + ": expected none");
+  throw BadIndexAttrException(attribute, "index given: " + attribute + inPlace() + ": expected none");
 }
 
 void throwUnknownAttrException(String8 const& typeName) {
-  throw UnknownAttrException(
-      typeName, "no such attribute of " + typeName + ReflectionPlace::current() + ": expected one that the type lists");
+  throw UnknownAttrException(typeName, "no such attribute: " + typeName + inPlace() + ": expected attribute 1");
 }
 
 }  // namespace Kro

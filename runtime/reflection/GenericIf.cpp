@@ -23,21 +23,42 @@ String8 GenericIf::attributeString(AttributeId id) const {
   return {};
 }
 
+namespace {
+
+String8 typeNameOf(GenericIf const& object) {
+  Ptr<KroType const> const type = object.type();
+  return type ? type->fullName() : String8("Kro::GenericIf");
+}
+
+/// "expected one of rangeStart, rangeEnd, hash".
+String8 expectedAttributes(GenericIf const& object) {
+  String8 text;
+  if (Ptr<KroType const> const type = object.type()) {
+    for (Ptr<KroAttr> const& attribute : type->attributeQ()) {
+      text += (text.empty() ? String8() : String8(", ")) + attribute->name().string();
+    }
+  }
+  return text.empty() ? String8("it has none") : "expected one of " + text;
+}
+
+[[noreturn]] void throwUnknownAttr(GenericIf const& object, String8 const& asked) {
+  throw UnknownAttrException(typeNameOf(object), "no such attribute: " + asked + " of " + typeNameOf(object) + ": " +
+                                                     expectedAttributes(object));
+}
+
+}  // namespace
+
 AttributeId GenericIf::attributeId(String8 const& name) const {
-  if (type()) {
-    if (Ptr<KroAttr> const attribute = type()->attr(name)) {
+  if (Ptr<KroType const> const own = type()) {
+    if (Ptr<KroAttr> const attribute = own->attr(name)) {
       return attribute->id();
     }
   }
-  String8 const typeName = type() ? type()->fullName() : String8("Kro::GenericIf");
-  throw UnknownAttrException(typeName, typeName + " has no attribute " + name + ": expected one that the type lists");
+  throwUnknownAttr(*this, name);
 }
 
 Ptr<GenericIf> GenericIf::attributeOp(AttributeOp const& op, Ptr<GenericIf const> const&, Ptr<GenericIf> const&) {
-  String8 const typeName = type() ? type()->fullName() : String8("Kro::GenericIf");
-  throw UnknownAttrException(
-      typeName, format("operation %d of attribute %lld of ", op.opId, static_cast<long long>(op.attributeId)) +
-                    typeName + ": expected an attribute that the type lists");
+  throwUnknownAttr(*this, format("operation %d of attribute %lld", op.opId, static_cast<long long>(op.attributeId)));
 }
 
 String8 GenericIf::strRep() const { return {}; }
@@ -51,12 +72,27 @@ void GenericIf::kroDoZombieReactors(bool zombie) {
 namespace {
 
 [[noreturn]] void throwNoCollection(GenericIf const& object, AttributeId id) {
-  String8 const typeName = object.type() ? object.type()->fullName() : String8("Kro::GenericIf");
-  throw UnknownAttrException(
-      typeName, format("attribute %d of ", id) + typeName + " is no collection: expected one to iterate over");
+  String8 const name = object.attributeString(id);
+  String8 const typeName = typeNameOf(object);
+  throw UnknownAttrException(typeName, format("iterator over attribute %d", id) + (name.empty() ? name : " " + name) +
+                                           " of " + typeName + ": expected a collection");
+}
+
+GenericIf::AttributeIteratorConst::State& currentOf(GenericIf::AttributeIteratorConst const& at) {
+  if (at.state() == nullptr || !at.state()->nonNull()) {
+    throwInternalException("Kro::GenericIf::AttributeIteratorConst: no current member");
+  }
+  return *at.state();
 }
 
 }  // namespace
+
+GenericIf const& GenericIf::AttributeIteratorConst::owner() const {
+  if (!owner_) {
+    throwInternalException("Kro::GenericIf::AttributeIteratorConst: no current member");
+  }
+  return *owner_;
+}
 
 GenericIf::AttributeIteratorConst GenericIf::attributeIteratorConst(AttributeId id) const {
   throwNoCollection(*this, id);
@@ -65,12 +101,15 @@ GenericIf::AttributeIteratorConst GenericIf::attributeIteratorKeyConst(Attribute
                                                                        Ptr<GenericIf const> const&) const {
   throwNoCollection(*this, id);
 }
-Ptr<GenericIf> GenericIf::attributeIterator_iterObj(AttributeIteratorConst const& at) const {
-  return at.state()->object(isConst_);
+Ptr<GenericIf> GenericIf::attributeIterator_iterObj(AttributeIteratorConst const& at) {
+  return static_cast<GenericIf const*>(this)->attributeIterator_iterObj(at);
 }
-void GenericIf::attributeIterator_iterInc(AttributeIteratorConst& at) const { at.state()->advance(); }
+Ptr<GenericIf> GenericIf::attributeIterator_iterObj(AttributeIteratorConst const& at) const {
+  return currentOf(at).object(isConst_);
+}
+void GenericIf::attributeIterator_iterInc(AttributeIteratorConst& at) const { currentOf(at).advance(); }
 Ptr<GenericIf> GenericIf::attributeIterator_iterKey(AttributeIteratorConst const& at) const {
-  return at.state()->key();
+  return currentOf(at).key();
 }
 GenericIf::AttributeIteratorConst GenericIf::attributeIterator_iterClone(AttributeIteratorConst const& at) const {
   return at;
@@ -79,12 +118,16 @@ bool GenericIf::attributeIterator_nonNull(AttributeIteratorConst const& at) cons
   return at.state() != nullptr && at.state()->nonNull();
 }
 void GenericIf::attributeIterator_iterDel(AttributeIteratorConst& at) const { at.stateDel(); }
+GenericIf::AttributeIterator GenericIf::attributeIterator(AttributeId id) { return attributeIteratorConst(id); }
+GenericIf::AttributeIterator GenericIf::attributeIteratorKey(AttributeId id, Ptr<GenericIf const> const& key) {
+  return attributeIteratorKeyConst(id, key);
+}
 
 Ptr<GenericIf> GenericIf::clone() { return share(this); }
 void GenericIf::onAttribute(AttributeId id, Ptr<GenericIf> const&) { onAttribute(id); }
 
-Ptr<GenericIf> GenericIf::attribute(String8 const& name) {
-  return attributeOp({static_cast<std::uint32_t>(attributeId(name)), AttributeOp::read}, nullptr, nullptr);
+Ptr<GenericIf> GenericIf::attribute(String8 const& name, Ptr<GenericIf const> const& key) {
+  return attributeOp({static_cast<std::uint32_t>(attributeId(name)), AttributeOp::read}, key, nullptr);
 }
 void GenericIf::attributeIs(String8 const& name, Ptr<GenericIf> const& value) {
   attributeOp({static_cast<std::uint32_t>(attributeId(name)), AttributeOp::write}, nullptr, value);
@@ -107,11 +150,23 @@ LinkedQueue<GenericIf> argumentQueue(GenericIf const* list) {
   }
   auto const* const typed = dynamic_cast<GenericIf::List_ const*>(list);
   if (typed == nullptr) {
-    throwTypeException("Kro::GenericIf::List_", "an argument list",
-                       list->type() ? list->type()->fullName() : String8("another object"));
+    throwTypeException("Kro::GenericIf::List_", "an argument list", typeNameOf(*list));
   }
   return LinkedQueue<GenericIf>(typed->elements());
 }
+
+void* argumentOf(GenericIf const* argument, Ptr<KroType const> const& wanted, std::string_view parameter) {
+  Ptr<KroType const> const given = argument != nullptr ? argument->type() : nullptr;
+  if (argument == nullptr || !(given == wanted)) {
+    throwTypeException(String8(parameter), wanted->fullName(),
+                       given                 ? given->fullName()
+                       : argument != nullptr ? String8("an argument list")
+                                             : String8());
+  }
+  return argument->voidPtrIs(wanted);
+}
+
+Ptr<GenericIf> KroType::genericIf(char const* text, bool isConst) const { return genericIf(String8(text), isConst); }
 
 // --- what a type without reflection answers ---
 

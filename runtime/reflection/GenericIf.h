@@ -16,6 +16,7 @@ class VORNACL_API GenericIf : public PtrInterface::Notifiee {
  public:
   class List_;
   class AttributeIteratorConst;
+  using AttributeIterator = AttributeIteratorConst;
 
   /// An attribute and what is done with it.
   struct AttributeOp {
@@ -51,23 +52,30 @@ class VORNACL_API GenericIf : public PtrInterface::Notifiee {
   /// Iterators over a collection attribute, from the first member or from a key.
   virtual AttributeIteratorConst attributeIteratorConst(AttributeId id) const;
   virtual AttributeIteratorConst attributeIteratorKeyConst(AttributeId id, Ptr<GenericIf const> const& key) const;
+  /// What an iterator of this object does, for the iterator itself. The operations on the current member throw
+  /// `InternalException` where there is none.
+  virtual Ptr<GenericIf> attributeIterator_iterObj(AttributeIteratorConst const& at);
   virtual Ptr<GenericIf> attributeIterator_iterObj(AttributeIteratorConst const& at) const;
   virtual void attributeIterator_iterInc(AttributeIteratorConst& at) const;
   virtual Ptr<GenericIf> attributeIterator_iterKey(AttributeIteratorConst const& at) const;
   virtual AttributeIteratorConst attributeIterator_iterClone(AttributeIteratorConst const& at) const;
   virtual bool attributeIterator_nonNull(AttributeIteratorConst const& at) const;
   virtual void attributeIterator_iterDel(AttributeIteratorConst& at) const;
+  virtual AttributeIterator attributeIterator(AttributeId id);
+  virtual AttributeIterator attributeIteratorKey(AttributeId id, Ptr<GenericIf const> const& key);
   virtual Ptr<GenericIf> clone();
   Ptr<GenericIf> clone() const { return const_cast<GenericIf*>(this)->clone(); }
 
-  /// An attribute changed: `key` is its key's reflection object, null for an attribute without key.
+  /// An attribute of the entity changed: `key` is its key's reflection object. Without a key (`onAttribute(id)` of the
+  /// observer base) the attribute has none, or changed more than once since it was told last. Both do nothing in the
+  /// base; derive from the entity type's `GenericIf_` to hear them.
   virtual void onAttribute(AttributeId id, Ptr<GenericIf> const& key);
   using PtrInterface::NotifieeConst::onAttribute;
 
   bool isConst() const { return isConst_; }
 
-  /// Shorter forms for callers: read, write and call by name.
-  Ptr<GenericIf> attribute(String8 const& name);
+  /// Shorter forms for callers: read, write and call by name; read the member of a collection.
+  Ptr<GenericIf> attribute(String8 const& name, Ptr<GenericIf const> const& key = nullptr);
   void attributeIs(String8 const& name, Ptr<GenericIf> const& value);
   Ptr<GenericIf> call(String8 const& name, std::vector<Ptr<GenericIf>> const& arguments);
 
@@ -125,17 +133,19 @@ class VORNACL_API GenericIf::AttributeIteratorConst {
 
   AttributeId attributeId() const { return id_; }
   explicit operator bool() const { return owner_ && owner_->attributeIterator_nonNull(*this); }
-  /// The current member; precondition: there is one.
-  Ptr<GenericIf> object() const { return owner_->attributeIterator_iterObj(*this); }
-  Ptr<GenericIf> key() const { return owner_->attributeIterator_iterKey(*this); }
+  /// The current member, its key, and a step to the next one; precondition: there is a member.
+  Ptr<GenericIf> object() const { return owner().attributeIterator_iterObj(*this); }
+  Ptr<GenericIf> key() const { return owner().attributeIterator_iterKey(*this); }
   AttributeIteratorConst& operator++() {
-    owner_->attributeIterator_iterInc(*this);
+    owner().attributeIterator_iterInc(*this);
     return *this;
   }
   State* state() const { return state_.get(); }
   void stateDel() { state_ = nullptr; }
 
  private:
+  GenericIf const& owner() const;
+
   Ptr<GenericIf const> owner_;
   AttributeId id_ = 0;
   std::unique_ptr<State> state_;
@@ -157,5 +167,8 @@ class LinkedQueue {
 
 /// The elements of `list`; throws `TypeException` for null ("List") and for any other object.
 VORNACL_API LinkedQueue<GenericIf> argumentQueue(GenericIf const* list);
+
+/// The address of what an argument holds, for its parameter's type; throws `TypeException` naming the parameter.
+VORNACL_API void* argumentOf(GenericIf const* argument, Ptr<KroType const> const& wanted, std::string_view parameter);
 
 }  // namespace Kro

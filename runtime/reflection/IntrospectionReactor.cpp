@@ -20,9 +20,10 @@ void IntrospectionReactor::handleNameSpace(char const*) {
   ++openScopes_;
 }
 
-void IntrospectionReactor::handleType(Ptr<KroType const> const& type, Ptr<KroType const> const&) {
+void IntrospectionReactor::handleType(Ptr<KroType const> const& type, Ptr<KroType const> const& base) {
   ++events_;
   ++openScopes_;
+  const_cast<KroType&>(*type).baseTypeIs(base);
   types_.push_back(type.get());
 }
 

@@ -1,7 +1,8 @@
 #include "runtime/reflection/Path.h"
 
-#include <string>
 #include <string_view>
+
+#include "runtime/reflection/EntityReflection.h"
 
 namespace Kro {
 
@@ -14,42 +15,46 @@ struct Part {
   bool hasKey = false;
 };
 
-/// Cuts the next part off; slashes within brackets belong to a key.
+/// Cuts the next part off. A key is closed by "]", and a slash stands between two parts.
 Part nextPart(std::string_view& rest) {
-  std::size_t end = 0;
-  while (end < rest.size() && rest[end] != '/' && rest[end] != '[') {
-    ++end;
-  }
-  Part part{rest.substr(0, end), {}, false};
-  if (end < rest.size() && rest[end] == '[') {
-    std::size_t const close = rest.find(']', end);
+  Part part{rest.substr(0, rest.find_first_of("/[")), {}, false};
+  rest.remove_prefix(part.attribute.size());
+  if (!rest.empty() && rest.front() == '[') {
+    std::size_t const close = rest.find(']');
     if (close == std::string_view::npos) {
-      throwRangeException("path part " + String8(rest) + ": expected \"]\"");
+      throwRangeException("expected \"]\"");
     }
-    part.key = rest.substr(end + 1, close - end - 1);
+    part.key = rest.substr(1, close - 1);
     part.hasKey = true;
-    end = close + 1;
+    rest.remove_prefix(close + 1);
   }
-  rest.remove_prefix(end < rest.size() ? end + 1 : end);
+  if (!rest.empty() && rest.front() != '/') {
+    throwRangeException("expected \"/\" behind \"]\"");
+  }
+  rest.remove_prefix(rest.empty() ? 0 : 1);
   return part;
 }
 
-Ptr<GenericIf> memberAt(Ptr<GenericIf> const& parent, AttributeId id, Part const& part) {
-  for (auto at = parent->attributeIteratorConst(id); at; ++at) {
+Ptr<GenericIf> memberAt(GenericIf const& parent, AttributeId id, Part const& part) {
+  for (auto at = parent.attributeIteratorConst(id); at; ++at) {
     if (at.key()->strRep().view() == part.key) {
       return at.object();
     }
   }
-  throwRangeException("path part " + String8(part.attribute) + "[" + String8(part.key) +
-                      "]: no member has this key, expected the printed text of one");
+  throwRangeException("no member has this key, expected the printed text of one");
 }
 
-bool reflectsEntity(Ptr<GenericIf> const& object) {
-  return object && object->type() && object->type()->isEntity() && object->strRep().view() != "null";
+/// Follows one part from an entity to the next; throws an error that says why it leads nowhere.
+Ptr<GenericIfEntity> followed(GenericIfEntity& from, Part const& part) {
+  AttributeId const id = from.attributeId(String8(part.attribute));
+  auto const found = ptrCast<GenericIfEntity>(
+      part.hasKey ? memberAt(from, id, part)
+                  : from.attributeOp({static_cast<std::uint32_t>(id), GenericIf::AttributeOp::read}, nullptr, nullptr));
+  if (!found || found->rawEntity() == nullptr) {
+    throwRangeException("expected an entity");
+  }
+  return found;
 }
-
-/// The name that a path of this root begins with, as `Entity::fullName` writes it.
-String8 rootName(Entity const& root) { return root.fullName(); }
 
 }  // namespace
 
@@ -61,19 +66,21 @@ Ptr<GenericIf> reflectionOf(Ptr<Entity> const& entity, bool isConst) {
 }
 
 Ptr<GenericIf> entityAtPath(Ptr<Entity> const& root, String8 const& path) {
-  Ptr<GenericIf> at = reflectionOf(root);
+  auto at = ptrCast<GenericIfEntity>(reflectionOf(root));
+  String8 const rootPath = root->fullName();
   std::string_view rest = path.view();
-  std::string_view const name = rest.substr(0, rest.find('/'));
-  if (name != rootName(*root).view()) {
-    throwRangeException("path " + path + ": expected it to begin with " + rootName(*root));
+  bool const isBelow = rest.substr(0, rootPath.length()) == rootPath.view();
+  rest.remove_prefix(isBelow ? rootPath.length() : 0);
+  if (!isBelow || (!rest.empty() && rest.front() != '/')) {
+    throwRangeException("path " + path + ": expected it to begin with " + rootPath);
   }
-  rest.remove_prefix(name.size() < rest.size() ? name.size() + 1 : name.size());
-  while (!rest.empty()) {
-    Part const part = nextPart(rest);
-    AttributeId const id = at->attributeId(String8(part.attribute));
-    at = part.hasKey ? memberAt(at, id, part) : at->attribute(String8(part.attribute));
-    if (!reflectsEntity(at)) {
-      throwRangeException("path part " + String8(part.attribute) + ": expected an entity");
+  for (rest.remove_prefix(rest.empty() ? 0 : 1); !rest.empty();) {
+    String8 const here(rest.substr(0, rest.find('/')));
+    try {
+      Part const part = nextPart(rest);
+      at = followed(*at, part);
+    } catch (Exception const& error) {
+      throwRangeException("path " + path + ": part " + here + ": " + error.message());
     }
   }
   return at;

@@ -13,6 +13,20 @@ namespace Kro {
 
 /// The type object of `Kro::Entity`, with the attributes that every entity has.
 VORNACL_API Ptr<KroType const> entityBaseType();
+/// The type object of `Kro::PtrInterface`, the base of every counted object.
+VORNACL_API Ptr<KroType const> ptrInterfaceType();
+
+/// Attributes of entities that no type lists: the key of a collection's member, under id 0, and those of the base.
+inline constexpr AttributeId fwkKeyId = 0;
+inline constexpr std::string_view fwkKeyName = "fwkKey";
+inline constexpr std::string_view kroHasAttrLogInterfaceName = "kroHasAttrLogInterface";
+inline constexpr std::string_view kroNboAttrLogSaForMsgChannelName = "kroNboAttrLogSaForMsgChannel";
+
+/// An entity type whose entities are members of a collection, under a key that is their first parameter.
+template <class X>
+concept KeyedEntity = requires {
+  typename X::KroHashLink;
+};
 
 namespace detail {
 
@@ -234,13 +248,13 @@ void registerEntity(IntrospectionReactor& reactor) {
     reactor.handleAttr(attribute);
     reactor.handleAttrContextExit();
   }
-  if constexpr (requires { typename X::KroHashLink; }) {
+  if constexpr (KeyedEntity<X>) {
     reactor
-        .defNoninstantiatingAttr(type, "fwkKey", fwkTypeOf<typename EntityAttributeType<X, 0>::Type>(), nullptr,
-                                 FlagsOf::fixed, introspectStored, 0)
+        .defNoninstantiatingAttr(type, String8(fwkKeyName), fwkTypeOf<typename EntityAttributeType<X, 0>::Type>(),
+                                 nullptr, FlagsOf::fixed, introspectStored, fwkKeyId)
         ->toolKindIs("key");
   }
-  OperationRegistrar<bool (X::*)() const>::run(reactor, type, "kroHasAttrLogInterface", kroHasAttrLogInterfaceId, {});
+  OperationRegistrar<bool (X::*)() const>::run(reactor, type, kroHasAttrLogInterfaceName, kroHasAttrLogInterfaceId, {});
   std::apply([&](auto const&... d) { (registerEntityAttribute(reactor, type, d), ...); }, X::Attributes::all);
   reactor.handleScopeExit();
 }

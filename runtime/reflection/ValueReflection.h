@@ -22,19 +22,6 @@ Ptr<GenericIf> genericIfOf(T const& value, bool isConst = false) {
 
 namespace detail {
 
-/// The name of the type of an argument, for errors.
-inline String8 typeNameOf(GenericIf const* argument) {
-  return argument != nullptr && argument->type() ? argument->type()->fullName() : String8();
-}
-
-/// The address of what an argument holds, for its parameter's type; throws `TypeException` naming the parameter.
-inline void* argumentOf(GenericIf const* argument, Ptr<KroType const> const& wanted, std::string_view parameter) {
-  if (argument == nullptr || !(argument->type() == wanted)) {
-    throwTypeException(String8(parameter), wanted->fullName(), typeNameOf(argument));
-  }
-  return argument->voidPtrIs(wanted);
-}
-
 /// What an argument holds, as its parameter's type.
 template <class T>
 struct Argument {
@@ -81,6 +68,24 @@ template <class X>
 inline constexpr bool hasFieldConstructor = isMadeOfFields<X>(StoredPositions<X>());
 
 template <class X, std::size_t... I>
+constexpr auto storedNames(std::index_sequence<I...>) {
+  return std::array<std::string_view, sizeof...(I)>{At<X, I>::info.name...};
+}
+/// The names of the parameters of the list constructor of `X`.
+template <class X>
+constexpr auto listParameters() {
+  if constexpr (!Described<X>) {
+    return std::array<std::string_view, 1>{"value"};
+  } else if constexpr (hasFieldConstructor<X>) {
+    return storedNames<X>(StoredPositions<X>());
+  } else {
+    return std::array<std::string_view, 0>();
+  }
+}
+template <class X>
+inline constexpr auto listParameterNames = listParameters<X>();
+
+template <class X, std::size_t... I>
 X fromList(LinkedQueue<GenericIf>& queue, std::index_sequence<I...>) {
   return std::make_from_tuple<X>(std::tuple<typename At<X, I>::Type...>{
       Argument<typename At<X, I>::Type>::as(queue.deq().get(), At<X, I>::info.name)...});
@@ -90,7 +95,7 @@ X fromList(LinkedQueue<GenericIf>& queue, std::index_sequence<I...>) {
 
 /// A value of type `T` behind the interface of reflection. It owns its copy and refers to nothing.
 template <class T>
-class ValueGenericIf final : public GenericIf {
+class VORNACL_API ValueGenericIf : public GenericIf {
  public:
   ValueGenericIf(T const& value, bool isConst) : GenericIf(isConst), value_(value) {}
   static Ptr<ValueGenericIf> GenericIf_Is(T const& value, bool isConst) {
@@ -100,9 +105,6 @@ class ValueGenericIf final : public GenericIf {
   }
 
   T const& value() const { return value_; }
-  /// Replaces the whole value, without checks and without notification.
-  void valIs(T const& value) { value_ = value; }
-
   Ptr<KroType const> type() const override { return fwkTypeOf<T>(); }
   void* voidPtrIs(Ptr<KroType const> const& wanted) const override {
     if (!(wanted == type())) {
@@ -117,15 +119,21 @@ class ValueGenericIf final : public GenericIf {
       return valueToStrep(value_);
     }
   }
-  Ptr<GenericIf> clone() override { return GenericIf_Is(value_, isConst()); }
   Ptr<GenericIf> attributeOp(AttributeOp const& op, Ptr<GenericIf const> const& index,
                              Ptr<GenericIf> const& arg) override;
+  Ptr<GenericIf> clone() override { return GenericIf_Is(value_, isConst()); }
+  /// Replaces the whole value, without checks and without notification, on a const object, too.
+  virtual void valIs(T const& value) { value_ = value; }
 
   /// A new object built from an argument list: the constructor's parameters in order, or nothing for the default.
   static Ptr<ValueGenericIf> genericIfListConstructor(Ptr<GenericIf const> const& list) { return fromList(list.get()); }
   static Ptr<ValueGenericIf> fromList(GenericIf const* list);
 
  private:
+  template <std::size_t I>
+  Ptr<GenericIf> readAttribute() const;
+  template <std::size_t I>
+  static std::span<std::string_view const> parametersOf();
   template <std::size_t I>
   bool tryAttribute(AttributeOp const& op, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg,
                     Ptr<GenericIf>& result);
@@ -140,9 +148,10 @@ class ValueGenericIf final : public GenericIf {
 
 /// The type object of a value type or enumeration.
 template <class T>
-class ValueTypeOf final : public KroType {
+class VORNACL_API ValueTypeOf : public KroType {
  public:
   explicit ValueTypeOf(String8 fullName) : KroType(std::move(fullName)) {}
+  using KroType::genericIf;
 
   Ptr<GenericIf> genericIf(void const* value, bool isConst) const override {
     return genericIfOf(value != nullptr ? *static_cast<T const*>(value) : T(), isConst);
@@ -160,7 +169,7 @@ class ValueTypeOf final : public KroType {
 template <class T>
 Ptr<ValueGenericIf<T>> ValueGenericIf<T>::fromList(GenericIf const* list) {
   Ptr<KroType const> const type = fwkTypeOf<T>();
-  ReflectionPlace const place(type->fullName(), {}, -1);
+  ReflectionPlace const place(*type, detail::listParameterNames<T>);
   LinkedQueue<GenericIf> queue = argumentQueue(list);
   T value{};
   if (!queue.empty()) {
@@ -184,40 +193,57 @@ template <std::size_t I>
 bool ValueGenericIf<T>::tryAttribute(AttributeOp const& op, Ptr<GenericIf const> const& index,
                                      Ptr<GenericIf> const& arg, Ptr<GenericIf>& result) {
   constexpr auto& d = At<T, I>::info;
-  using D = typename At<T, I>::Descriptor;
   if (d.id == 0 || d.id != static_cast<AttributeId>(op.attributeId)) {
     return false;
   }
+  constexpr bool isFunction = requires { d.call; };
+  if constexpr (!isFunction) {
+    if (op.opId == AttributeOp::read && !index) {  // the common case, which cannot fail, needs no place
+      result = readAttribute<I>();
+      return true;
+    }
+  }
+  constexpr bool isWritable = requires { (value_.*(d.set))(std::declval<typename At<T, I>::Type>()); };
   Ptr<KroType const> const own = type();
-  ReflectionPlace const place(own->fullName(), d.name, op.opId);
+  ReflectionPlace const place(*own, d.id, d.name, op.opId, isWritable ? "0 or 128" : "0", parametersOf<I>());
   if (index) {
     throwBadIndexAttrException(String8(d.name));
   }
-  if constexpr (requires { d.call; }) {
+  if constexpr (isFunction) {
     if (op.opId == AttributeOp::read) {
       result = detail::callWith(d.call, value_, arg.get(), d.arguments, d.name, isConst());
       return true;
     }
-  } else {
-    using F = typename D::Type;
-    if (op.opId == AttributeOp::read) {
-      if constexpr (D::isStored) {
-        result = genericIfOf<F>(At<T, I>::of(value_), isConst());
-      } else if constexpr (requires { d.get; }) {
-        result = genericIfOf<F>((value_.*(d.get))(), isConst());
-      } else {
-        result = genericIfOf<F>(d.value, isConst());
-      }
+  } else if constexpr (isWritable) {
+    if (op.opId == AttributeOp::write) {
+      (value_.*(d.set))(detail::Argument<typename At<T, I>::Type>::as(arg.get(), d.name));
       return true;
-    }
-    if constexpr (requires { (value_.*(d.set))(std::declval<F>()); }) {
-      if (op.opId == AttributeOp::write) {
-        (value_.*(d.set))(detail::Argument<F>::as(arg.get(), d.name));
-        return true;
-      }
     }
   }
   throwOpNotSupportedException(String8(d.name), op.opId, false);
+}
+
+template <class T>
+template <std::size_t I>
+Ptr<GenericIf> ValueGenericIf<T>::readAttribute() const {
+  constexpr auto& d = At<T, I>::info;
+  using F = typename At<T, I>::Type;
+  if constexpr (At<T, I>::Descriptor::isStored) {
+    return genericIfOf<F>(At<T, I>::of(value_), isConst());
+  } else if constexpr (requires { d.get; }) {
+    return genericIfOf<F>((value_.*(d.get))(), isConst());
+  } else {
+    return genericIfOf<F>(d.value, isConst());
+  }
+}
+
+template <class T>
+template <std::size_t I>
+std::span<std::string_view const> ValueGenericIf<T>::parametersOf() {
+  if constexpr (requires { At<T, I>::info.arguments; }) {
+    return At<T, I>::info.arguments;
+  }
+  return {};
 }
 
 template <class T>
@@ -225,6 +251,7 @@ Ptr<GenericIf> ValueGenericIf<T>::attributeOp(AttributeOp const& op, Ptr<Generic
                                               Ptr<GenericIf> const& arg) {
   requireModifiable(op);
   if constexpr (Enumeration<T>) {
+    ReflectionPlace const place(*type(), static_cast<AttributeId>(op.attributeId), {}, op.opId, "0");
     if (op.attributeId != 1) {
       throwUnknownAttrException(String8(enumerationName<T>()));
     }
@@ -233,8 +260,9 @@ Ptr<GenericIf> ValueGenericIf<T>::attributeOp(AttributeOp const& op, Ptr<Generic
     }
     return GenericIf_Is(value_, false);
   } else {
-    if (op.attributeId == 0 && op.opId == AttributeOp::equals) {
-      if constexpr (requires { value_ == value_; }) {
+    if constexpr (requires { value_ == value_; }) {
+      if (op.attributeId == 0 && op.opId == AttributeOp::equals) {
+        ReflectionPlace const place(*type(), 0, "the whole value", op.opId, "100");
         return genericIfOf(value_ == detail::Argument<T>::as(index.get(), "kroOpArg"), isConst());
       }
     }
@@ -269,5 +297,17 @@ template <BuiltinType T>
 Ptr<KroType const> Builtin<T>::_fwkType() {
   return slottedType<T, ValueTypeOf<T>>(nullptr, String8(builtinName<T>));
 }
+
+// The built-in types are made in the library alone: each has one type object.
+extern template class VORNACL_API Builtin<bool>;
+extern template class VORNACL_API Builtin<std::uint8_t>;
+extern template class VORNACL_API Builtin<std::uint16_t>;
+extern template class VORNACL_API Builtin<std::uint32_t>;
+extern template class VORNACL_API Builtin<std::uint64_t>;
+extern template class VORNACL_API Builtin<std::int32_t>;
+extern template class VORNACL_API Builtin<double>;
+extern template class VORNACL_API Builtin<String8>;
+extern template class VORNACL_API Builtin<void*>;
+extern template class VORNACL_API Builtin<Name>;
 
 }  // namespace Kro

@@ -60,6 +60,10 @@ class VORNACL_API KroAttr : public PtrInterface {
   /// Removes the attribute of that name, if there is one.
   void attrDel(Name const& name);
 
+ protected:
+  /// Lets an attribute that was made elsewhere be found here, unless one of its name is here.
+  void attrEnq(Ptr<KroAttr> const& attribute);
+
  private:
   Name name_;
   Ptr<KroType const> attrType_;

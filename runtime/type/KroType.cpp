@@ -23,6 +23,12 @@ Ptr<KroAttr> KroAttr::attrIs(Name const& name, Ptr<KroType const> const& attrTyp
   return attrs_.back();
 }
 
+void KroAttr::attrEnq(Ptr<KroAttr> const& attribute) {
+  if (!attr(attribute->name())) {
+    attrs_.push_back(attribute);
+  }
+}
+
 void KroAttr::attrDel(Name const& name) {
   std::erase_if(attrs_, [&](auto const& a) { return a->name() == name; });
 }
@@ -38,13 +44,9 @@ KroType::KroType(Name shortName, KroType* scope, KroType*, KroTypeFlags const&)
 
 KroType::~KroType() = default;
 
-void KroType::attributesDel() {
-  for (Ptr<KroAttr> const& attribute : std::exchange(attributes_, {})) {
-    attrDel(attribute->name());
-  }
-  constructorArgNames_.clear();
-  constructorArgTypes_.clear();
-  valAttr_ = nullptr;
+void KroType::attributeQEnq(Ptr<KroAttr> const& attribute) {
+  attributes_.push_back(attribute);
+  attrEnq(attribute);
 }
 
 // --- the tree of types ---
@@ -52,8 +54,8 @@ void KroType::attributesDel() {
 namespace {
 
 struct Tree {
-  std::map<std::string_view, KroType const*> byName;  // the names live in the type objects, which live for ever
-  std::vector<KroType const*> inOrder;
+  std::map<Name, KroType const*> byName;
+  std::vector<Name> inOrder;
 };
 
 Tree& tree() {
@@ -64,23 +66,23 @@ Tree& tree() {
 }  // namespace
 
 void KroType::typeNodeIs(KroType const* type, Name const& fullName) {
-  if (!(fullName == Name(type->fullName()))) {
-    const_cast<KroType*>(type)->fullNameIs(fullName.string());
+  auto& placed = const_cast<KroType&>(*type);
+  placed.fullNameIs(fullName.string());
+  if (tree().byName.insert_or_assign(fullName, type).second) {
+    tree().inOrder.push_back(fullName);
   }
-  if (tree().byName.insert_or_assign(type->fullName().view(), type).second) {
-    tree().inOrder.push_back(type);
-  }
+  placed.isPlaced_ = true;
 }
 
 Ptr<KroType const> KroType::typeNode(Name const& fullName) {
-  auto const found = tree().byName.find(fullName.view());
+  auto const found = tree().byName.find(fullName);
   return found != tree().byName.end() ? share(found->second) : nullptr;
 }
 
 std::vector<Ptr<KroType const>> KroType::typeNodes() {
   std::vector<Ptr<KroType const>> all;
-  for (KroType const* const type : tree().inOrder) {
-    all.push_back(share(type));
+  for (Name const& name : tree().inOrder) {
+    all.push_back(typeNode(name));
   }
   return all;
 }

@@ -44,14 +44,18 @@ class VORNACL_API KroType : public KroAttr {
   std::vector<Name> const& constructorArgTypeQ() const { return constructorArgTypes_; }
   void constructorArgNameQEnq(Name name) { constructorArgNames_.push_back(std::move(name)); }
   void constructorArgTypeQEnq(Name typeName) { constructorArgTypes_.push_back(std::move(typeName)); }
-  /// The attributes in registration order, those of the base type first.
+  /// The attributes in registration order, those of the base type first. One that is appended is found by name, too.
   std::vector<Ptr<KroAttr>> const& attributeQ() const { return attributes_; }
-  void attributeQEnq(Ptr<KroAttr> const& attribute) { attributes_.push_back(attribute); }
-  /// Forgets all that was registered, so that it can be registered anew.
-  void attributesDel();
+  void attributeQEnq(Ptr<KroAttr> const& attribute);
   /// The attribute that holds the value of a single-value type; null for enumerations and records.
   Ptr<KroAttr> const& valAttr() const { return valAttr_; }
   void valAttrIs(KroAttr* attribute) { valAttr_ = Ptr<KroAttr>(attribute, Share{}); }
+
+  /// The type that this one takes over attributes from; null for values and enumerations.
+  Ptr<KroType const> const& baseType() const { return baseType_; }
+  void baseTypeIs(Ptr<KroType const> base) { baseType_ = std::move(base); }
+  /// Whether the type stands in the tree of types.
+  bool isPlaced() const { return isPlaced_; }
 
   /// Enters a type into the tree of types under its full name.
   static void typeNodeIs(KroType const* type, Name const& fullName);
@@ -67,6 +71,8 @@ class VORNACL_API KroType : public KroAttr {
   virtual Ptr<GenericIf> genericIf(GenericIf const* list, bool isConst) const;
   /// A reflection object of the value that a text denotes.
   virtual Ptr<GenericIf> genericIf(String8 const& text, bool isConst) const;
+  /// The same; without it a literal would be taken for the address of a value.
+  Ptr<GenericIf> genericIf(char const* text, bool isConst) const;
   /// Entity types: a reflection object of an entity of this type, of no entity for any other object and for null.
   virtual Ptr<GenericIf> genericIf_(PtrInterface* object, bool isConst) const;
 
@@ -76,6 +82,8 @@ class VORNACL_API KroType : public KroAttr {
   bool isValue_ = false;
   bool isEntity_ = false;
   bool hasGenericIfSupport_ = false;
+  bool isPlaced_ = false;
+  Ptr<KroType const> baseType_;
   std::vector<Name> constructorArgNames_;
   std::vector<Name> constructorArgTypes_;
   std::vector<Ptr<KroAttr>> attributes_;

@@ -26,11 +26,20 @@ inline bool lessFrom(T const& a, T const& b, std::index_sequence<I, rest...>) {
 
 }  // namespace detail
 
+template <class T>
+class ValueGenericIf;
+template <class T>
+class ValueTypeOf;
+
 /// Base of the value type `X`: order, hash, text and type object derived from `X::Attributes`. A type that differs in
 /// one of them declares that member itself: `lessThan`, `hash`, `strepTo`, `mixInto`.
 template <class X>
 class VORNACL_API Value {
  public:
+  /// The class of reflection objects of `X`, and that of its type object: `runtime/reflection/ValueReflection.h`.
+  using GenericIf_ = ValueGenericIf<X>;
+  using _Type = ValueTypeOf<X>;
+
   /// Murmur hash of the stored attributes in declaration order, each at its own width without padding; an attribute
   /// of value type contributes its own hash as four bytes.
   std::uint32_t hash() const;
