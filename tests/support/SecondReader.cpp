@@ -373,7 +373,6 @@ std::string Reader::create(Id id, Entity entity) {
   end.lastId = id;
   entity.announcer = sender_;
   Id parent = entity.parent;
-  if (parent != 0) requireWholeSiblings(tree_.entities_[parent], entity.place);
   int place = entity.place;
   std::string key = entity.key;
   tree_.entities_[id] = std::move(entity);
@@ -402,14 +401,6 @@ std::string Reader::readReference(Entity& entity, Attribute const& attribute, Pa
     put(entity, attribute.id, parameters.substr(parameters.rfind(' ') + 1), Entry{parameters, id, sender_, false});
   }
   return " " + std::to_string(id);
-}
-
-/// The transfer of a collection goes on behind a creation when what was created has come whole.
-void Reader::requireWholeSiblings(Entity const& parent, int place) const {
-  auto transfer = parent.transfers.find(place);
-  if (transfer == parent.transfers.end() || transfer->second != Transfer::open) return;
-  for (auto const& [key, entry] : parent.entries.at(place))
-    require(entry.writer != sender_ || tree_.whole(entry.id), "a transfer goes on, but a member is not whole");
 }
 
 void Reader::put(Entity& entity, int attribute, std::string const& key, Entry entry) {

@@ -100,7 +100,6 @@ class Reader {
   std::string readCreation(Header const& header, Attribute const& attribute, Payload& payload);
   std::string readReference(Entity& entity, Attribute const& attribute, Payload& payload);
   std::string create(Id id, Entity entity);
-  void requireWholeSiblings(Entity const& parent, int place) const;
   void put(Entity& entity, int attribute, std::string const& key, Entry entry);
 
   Tree& tree_;
