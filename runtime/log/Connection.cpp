@@ -259,7 +259,7 @@ void Connection::takePreface(std::uint8_t const* from) {
 
 void Connection::takeMessage(WireHeader const& wire, std::span<std::uint8_t const> payload) {
   bool const isWord = wire.kind == MsgKind::attribute || wire.kind == MsgKind::marker;
-  demuxer_.messageBegins();
+  demuxer_.messageBegins(isWord);
   ++messagesReceived_;
   try {
     if (wire.payloadLength > limits_.messageBytes) {

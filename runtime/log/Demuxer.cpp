@@ -55,6 +55,7 @@ Ptr<Demuxer::Sa> Demuxer::reactorDel(EntityId id) {
 }
 
 Ptr<Demuxer::Sa> Demuxer::unregister(Sa& adapter) {
+  leavePlaceToParent(adapter);
   unqueue(adapter);
   std::erase(parkedHolders_, &adapter);
   flowInDel(adapter.entityId());
@@ -129,15 +130,33 @@ void Demuxer::countBelow(Sa& adapter, bool more) {
 void Demuxer::queue(Sa& adapter) {
   Sa::Waiting& w = adapter.waiting();
   w.lastMark = ++clock_;
-  if (w.since != 0) {
+  if (w.since == 0) {
+    insert(adapter, nullptr, clock_);
+  }
+}
+
+/// Links an adapter that does not wait into the queue in front of another one, or at its end.
+void Demuxer::insert(Sa& adapter, Sa* behind, std::uint64_t since) {
+  Sa::Waiting& w = adapter.waiting();
+  w.since = since;
+  w.behind = behind;
+  w.before = behind != nullptr ? behind->waiting().before : last_;
+  (w.before != nullptr ? w.before->waiting().behind : first_) = &adapter;
+  (behind != nullptr ? behind->waiting().before : last_) = &adapter;
+  countBelow(adapter, true);
+}
+
+/// What waits in an adapter that is taken off the stream goes with it, and its removal takes the place in the queue:
+/// nothing of the entities above it may overtake that.
+void Demuxer::leavePlaceToParent(Sa& adapter) {
+  Sa* const parent = adapter.parentAdapter();
+  if (adapter.waiting().since == 0 || parent == nullptr) {
     return;
   }
-  w.since = w.lastMark;
-  w.before = last_;
-  w.behind = nullptr;
-  (last_ != nullptr ? last_->waiting().behind : first_) = &adapter;
-  last_ = &adapter;
-  countBelow(adapter, true);
+  if (std::uint64_t const since = parent->waiting().since; since == 0 || since > adapter.waiting().since) {
+    unqueue(*parent);
+    insert(*parent, &adapter, adapter.waiting().since);
+  }
 }
 
 void Demuxer::unqueue(Sa& adapter) {
@@ -149,7 +168,6 @@ void Demuxer::unqueue(Sa& adapter) {
   (w.behind != nullptr ? w.behind->waiting().before : last_) = w.before;
   w.before = w.behind = nullptr;
   w.since = 0;
-  w.resumeAt = 0;
   countBelow(adapter, false);
 }
 
@@ -200,10 +218,8 @@ void Demuxer::pump() {
       continue;
     }
     std::uint64_t const before = sent_;
-    AttributeId const from = adapter->waiting().resumeAt;
-    AttributeId const resumeAt = adapter->handleAttrFlowOut(from);
-    adapter->waiting().resumeAt = resumeAt;
-    if (resumeAt != 0 || adapter->isYielding()) {
+    // Always from the first attribute: what became dirty before the one at which it stopped may be older.
+    if (adapter->handleAttrFlowOut(0) != 0 || adapter->isYielding()) {
       // What it announced began to wait before; it is not done before that is, even with nothing left to write.
       adapter->waiting().lastMark = ++clock_;
       if (sent_ == before && out_->hasSufficientBuffer() && adapter->waiting().below == 0) {
@@ -211,7 +227,7 @@ void Demuxer::pump() {
       }
     } else if (adapter->flowOut() == nullptr || !adapter->flowOut()->hasDirtyAttributes()) {
       unqueue(*adapter);
-    } else if (sent_ == before && from == 0) {  // from further on it passes over what became dirty meanwhile
+    } else if (sent_ == before) {
       throwInternalException("a flow-out writes nothing and stays dirty: " + adapter->rawEntity().fullName());
     }
   }

@@ -134,8 +134,11 @@ class VORNACL_API Demuxer final : public EntityResolver {
   /// Reading of the current message ended and applying began: what is thrown from now on comes from the applying end.
   void applyingIs(bool applying) { applying_ = applying; }
   bool applying() const { return applying_; }
-  /// A message begins to be read.
-  void messageBegins() { applying_ = counted_ = false; }
+  /// A message begins to be read, which will count as applied or not.
+  void messageBegins(bool counts) {
+    applying_ = false;
+    counted_ = !counts;
+  }
 
   /// The connection must be closed for this reason, as soon as no handler runs.
   void failureIs(String8 reason);
@@ -149,6 +152,8 @@ class VORNACL_API Demuxer final : public EntityResolver {
   Sa* nextRunnable() const;
   bool isRunnable(Sa const& adapter) const;
   void countBelow(Sa& adapter, bool more);
+  void insert(Sa& adapter, Sa* behind, std::uint64_t since);
+  void leavePlaceToParent(Sa& adapter);
 
   Ptr<Out> out_;
   bool opener_;

@@ -119,10 +119,10 @@ void Sa::retire() {
     return;
   }
   Ptr<NboAttrLog::Out> const out = out_;  // outlives what follows
-  Ptr<KroNboAttrLogSa> const held = demuxer_->unregister(*this);
   while (firstChild_ != nullptr) {
     firstChild_->retire();
   }
+  Ptr<KroNboAttrLogSa> const held = demuxer_->unregister(*this);
   registrationDel();
   flowOut_ = nullptr;
   for (KroNboAttrLogSa** link = &entity_->firstAdapter_; *link != nullptr; link = &(*link)->nextOfEntity_) {
