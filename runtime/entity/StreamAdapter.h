@@ -163,7 +163,6 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
     std::uint64_t since = 0;  ///< 0: does not wait
     std::uint64_t lastMark = 0;
     std::uint32_t below = 0;
-    AttributeId resumeAt = 0;
   };
   Waiting& waiting() { return waiting_; }
   Waiting const& waiting() const { return waiting_; }
