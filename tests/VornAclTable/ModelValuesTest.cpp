@@ -1,0 +1,196 @@
+// The contract of every value type of the model. Samples are made from the attribute lists; that the lists are whole is
+// itself tested, byte by byte.
+#include <cstring>
+#include <functional>
+#include <map>
+#include <set>
+
+#include "VornAclTable/AceIndex.h"
+#include "VornAclTable/IpRuleConfig.h"
+#include "VornAclTable/MacRuleConfig.h"
+#include "VornAclTypes/VornAclTypes.h"
+#include "tests/Samples.h"
+#include "tests/Vectors.h"
+
+namespace {
+
+using Kro::At;
+using Kro::String8;
+using VornTest::samplesOf;
+using VornTest::withEach;
+
+template <class T>
+class ModelValue : public testing::Test {};
+using ModelValues =
+    testing::Types<Vorn::L4PortRange, Vorn::GenRange, Vorn::ChipId, Vorn::ChipRuleListId, Vorn::AclId, Vorn::AceIndex,
+                   Vorn::IpFilter::TcpFlag, Vorn::IpFilter, Vorn::IpRuleConfig, Vorn::MacFilter, Vorn::MacRuleConfig>;
+TYPED_TEST_SUITE(ModelValue, ModelValues);
+
+TYPED_TEST(ModelValue, KeepsTheContract) {
+  static_assert(std::is_trivially_copyable_v<TypeParam>, "a value holds no reference to a counted object");
+  auto const samples = samplesOf<TypeParam>();
+  EXPECT_GE(samples.size(), 4U);
+  VornTest::checkOrder(samples);
+  VornTest::checkHash(samples);
+  VornTest::checkLog(samples);
+  if constexpr (!std::same_as<TypeParam, Vorn::AclId>) {  // is written in three parts and read in two
+    VornTest::checkText(samples);
+  }
+}
+
+bool isPossible(Dorix::IpGenPrefix const& prefix) {
+  return prefix.family() <= Dorix::IpFamily::ipv6 && prefix.length() <= 128;
+}
+/// Whether a flipped bit left the invariants of the value's prefixes, without which it has no forms.
+template <class T>
+bool isPossible(T const& value) {
+  if constexpr (requires { value.filter(); }) {
+    return isPossible(value.filter());
+  } else if constexpr (requires { value.destination(); }) {
+    return isPossible(value.source()) && isPossible(value.destination());
+  } else if constexpr (requires { value.ipGenPrefix(); }) {
+    return isPossible(value.ipGenPrefix());
+  }
+  return true;
+}
+
+TYPED_TEST(ModelValue, ForgetsNoByteThatMakesADifference) {
+  // A prefix without a family has no bytes in its forms, so each prefix has one.
+  TypeParam base;
+  Vorn::IpFilter filter;
+  filter.sourceIs(Dorix::IpGenPrefix(String8("::2/127")));
+  filter.destinationIs(Dorix::IpGenPrefix(String8("::4/127")));
+  if constexpr (std::same_as<TypeParam, Vorn::GenRange>) {
+    base = TypeParam({1, 3}, filter.source(), Vorn::ipRange);
+  } else if constexpr (std::same_as<TypeParam, Vorn::IpRuleConfig>) {
+    base.filterIs(filter);
+  } else if constexpr (std::same_as<TypeParam, Vorn::IpFilter>) {
+    base = filter;
+  }
+  std::size_t differences = 0;
+  for (std::size_t at = 0; at < sizeof(TypeParam); ++at) {
+    unsigned char bytes[sizeof(TypeParam)];
+    std::memcpy(bytes, &base, sizeof base);
+    bytes[at] ^= 1U;  // the one bit that leaves a bool a bool
+    TypeParam flipped;
+    std::memcpy(static_cast<void*>(&flipped), bytes, sizeof flipped);
+    if (flipped == base || !isPossible(flipped)) {
+      continue;
+    }
+    ++differences;
+    SCOPED_TRACE("byte " + std::to_string(at));
+    EXPECT_FALSE(Kro::valueToStrep(flipped) == Kro::valueToStrep(base));
+    EXPECT_NE(VornTest::logBytes(flipped), VornTest::logBytes(base));
+    EXPECT_NE(flipped.hash(), base.hash());
+    EXPECT_NE(flipped < base, base < flipped);
+  }
+  EXPECT_GT(differences, 0U);
+}
+
+TYPED_TEST(ModelValue, SetsTheAttributeThatEachMutatorNames) {
+  [&]<std::size_t... I>(std::index_sequence<I...>) {
+    auto const set = [&]<std::size_t J>(std::integral_constant<std::size_t, J>) {
+      if constexpr (!std::same_as<decltype(At<TypeParam, J>::Descriptor::set), std::nullptr_t>) {
+        for (TypeParam const& expected : withEach<TypeParam, J>(TypeParam())) {
+          TypeParam value;
+          (value.*At<TypeParam, J>::info.set)(At<TypeParam, J>::of(expected));
+          EXPECT_TRUE(value == expected) << At<TypeParam, J>::info.name << ' ' << Kro::valueToStrep(value);
+        }
+      }
+    };
+    (set(std::integral_constant<std::size_t, I>()), ...);
+  }
+  (Kro::StoredPositions<TypeParam>());
+}
+
+TYPED_TEST(ModelValue, HasOneTypeObject) {
+  auto const type = TypeParam::_fwkType();
+  EXPECT_EQ(type, TypeParam().fwkType());
+  EXPECT_EQ(type->fullName().view(), TypeParam::Attributes::typeName);
+  EXPECT_EQ(type->name().view(), Kro::shortTypeName(TypeParam::Attributes::typeName));
+}
+
+template <class T>
+T numberAs(std::uint32_t number) {
+  return static_cast<T>(static_cast<Kro::detail::UnsignedOfWidth<T>>(number));
+}
+
+/// The hash of the value whose stored attributes are the numbers of the row.
+template <class T>
+std::uint32_t hashOf(VornTest::Vector const& row) {
+  T value;
+  [&]<std::size_t... I>(std::index_sequence<I...>) {
+    std::size_t field = 0;
+    ((At<T, I>::of(value) = numberAs<typename At<T, I>::Type>(row.number(field++))), ...);
+  }
+  (Kro::StoredPositions<T>());
+  return value.hash();
+}
+
+TEST(ModelValues, HashAsTheReferenceDoes) {
+  auto const ip = Kro::strepToValue<Vorn::IpFilter>(
+      "Value('Vorn::IpFilter', ** {'source': '10.0.0.0/8', 'destination': '192.0.2.1/32', 'proto': 6, 'matchProto': "
+      "true, 'sportRange': Value('Vorn::L4PortRange', ** {'rangeEnd': 65535}), 'dportRange': Value("
+      "'Vorn::L4PortRange', ** {'rangeStart': 443, 'rangeEnd': 443}), 'tcpFlag': Value('Vorn::IpFilter::TcpFlag', ** "
+      "{'value': 18}), 'l4Rule': true})");
+  auto const mac = Kro::strepToValue<Vorn::MacFilter>(
+      "Value('Vorn::MacFilter', ** {'sourceAddr': '00:00:5e:00:53:01', 'sourceMask': 'ff:ff:ff:ff:ff:ff', 'proto': "
+      "2054})");
+  Vorn::IpRuleConfig rule;
+  rule.filterIs(ip);
+  rule.actionIs(Acl::permit);
+  rule.logIs(true);
+  using Hash = std::function<std::uint32_t(VornTest::Vector const&)>;
+  auto const of = [](auto const& value) { return Hash([h = value.hash()](auto const&) { return h; }); };
+  std::map<std::string, Hash> const hashes{{"L4PortRange", hashOf<Vorn::L4PortRange>},
+                                           {"ChipId", hashOf<Vorn::ChipId>},
+                                           {"AclId", hashOf<Vorn::AclId>},
+                                           {"AceIndex", hashOf<Vorn::AceIndex>},
+                                           {"TcpFlag", hashOf<Vorn::IpFilter::TcpFlag>},
+                                           {"GenRange.port", of(Vorn::GenRange({80, 80}, {}, Vorn::portRange))},
+                                           {"GenRange.unknown", of(Vorn::GenRange())},
+                                           {"IpFilter.default", of(Vorn::IpFilter())},
+                                           {"IpFilter.F", of(ip)},
+                                           {"MacFilter.M", of(mac)},
+                                           {"IpRuleConfig.F", of(rule)},
+                                           {"MacRuleConfig.default", of(Vorn::MacRuleConfig())}};
+  std::set<std::string> elsewhere;
+  std::ifstream file(std::string(VornTest::testFolder) + "/vectors.txt");
+  for (std::string line; std::getline(file, line);) {
+    if (std::string const type = line.substr(0, line.find(' ')); type != "#" && !hashes.contains(type)) {
+      elsewhere.insert(type);
+    }
+  }
+  EXPECT_EQ(elsewhere, (std::set<std::string>{"EthAddr", "IpGenPrefix", "IpProto"})) << "a row that nobody reads";
+  for (auto const& [type, hash] : hashes) {
+    for (VornTest::Vector const& row : VornTest::vectorsOf(type)) {
+      EXPECT_EQ(hash(row), row.hash) << type << ' ' << testing::PrintToString(row.fields);
+    }
+  }
+}
+
+template <class E>
+void checkEnumeration(std::vector<char const*> const& names, char const* bareName, E (*byNumber)(unsigned),
+                      E (*byName)(String8 const&)) {
+  for (unsigned n = 0; n < names.size(); ++n) {
+    EXPECT_EQ(byNumber(n), byName(names[n]));
+    EXPECT_EQ(stringValue(byNumber(n)).view(), names[n]);
+  }
+  VornTest::checkValue(samplesOf<E>());
+  EXPECT_TRUE(Kro::valueToStrep(static_cast<E>(-1)) == "'" + String8(bareName) + "(-1)'");
+  for (unsigned const number : {static_cast<unsigned>(names.size()), 4294967295U}) {
+    EXPECT_EQ(VornTest::messageOf<Kro::RangeException>([&] { byNumber(number); }), bareName);
+  }
+  EXPECT_EQ(VornTest::messageOf<Kro::RangeException>([&] { byName(String8(names[1]) + " "); }), bareName);
+}
+
+TEST(ModelEnumerations, HaveTheirNumbersAndNames) {
+  checkEnumeration<Vorn::GenRangeType>({"unknownRange", "ipRange", "portRange"}, "GenRangeType",
+                                       Vorn::GenRangeTypeInstance, Vorn::GenRangeTypeInstance);
+  checkEnumeration<Vorn::TableType>({"invalid", "ipv4PAcl", "ipv4RAcl", "ipv6PAcl", "ipv6RAcl", "macAcl"}, "TableType",
+                                    Vorn::TableTypeInstance, Vorn::TableTypeInstance);
+  EXPECT_TRUE(Vorn::_fwkType_GenRangeType()->fullName() == "Vorn::GenRangeType");
+  EXPECT_TRUE(Vorn::_fwkType_TableType()->fullName() == "Vorn::TableType");
+}
+
+}  // namespace
