@@ -198,9 +198,13 @@ class EntityGenericIfOf : public GenericIfEntity {
  private:
   template <class D>
   class IteratorState;
-  template <class D>
-  bool tryAttribute(D const& d, AttributeOp const& op, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg,
-                    Ptr<GenericIf>& result);
+  using Operation = Ptr<GenericIf> (EntityGenericIfOf::*)(AttributeOp const&, Ptr<GenericIf const> const&,
+                                                          Ptr<GenericIf> const&);
+  /// Does `op` on the I-th attribute.
+  template <std::size_t I>
+  Ptr<GenericIf> attributeAt(AttributeOp const& op, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg);
+  template <std::size_t... I>
+  static constexpr auto operationTable(std::index_sequence<I...>);
   Ptr<GenericIf> baseAttributeOp(AttributeOp const& op, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg);
   template <class D>
   Ptr<GenericIf> plain(D const& d, AttributeOp const& op, Ptr<GenericIf> const& arg);

@@ -200,18 +200,16 @@ Ptr<GenericIf> EntityGenericIfOf<X>::keyed(D const& d, AttributeOp const& op, Pt
 }
 
 template <class X>
-template <class D>
-bool EntityGenericIfOf<X>::tryAttribute(D const& d, AttributeOp const& op, Ptr<GenericIf const> const& index,
-                                        Ptr<GenericIf> const& arg, Ptr<GenericIf>& result) {
-  if (D::id != static_cast<AttributeId>(op.attributeId)) {
-    return false;
-  }
+template <std::size_t I>
+Ptr<GenericIf> EntityGenericIfOf<X>::attributeAt(AttributeOp const& op, Ptr<GenericIf const> const& index,
+                                                 Ptr<GenericIf> const& arg) {
+  constexpr auto& d = entityAttribute<X, I>;
+  using D = EntityAttributeType<X, I>;
   constexpr bool isCollection =
       D::kind == AttributeKind::values || D::kind == AttributeKind::members || D::kind == AttributeKind::references;
   if constexpr (!isCollection && D::kind != AttributeKind::function) {
     if (op.opId == AttributeOp::read && !index && entity() != nullptr) {  // the common case needs no place
-      result = plain(d, op, arg);
-      return true;
+      return plain(d, op, arg);
     }
   }
   Ptr<KroType const> const own = type();
@@ -221,23 +219,25 @@ bool EntityGenericIfOf<X>::tryAttribute(D const& d, AttributeOp const& op, Ptr<G
   }
   requireEntity();
   if constexpr (isCollection) {
-    result = keyed(d, op, index, arg);
+    return keyed(d, op, index, arg);
   } else {
-    result = plain(d, op, arg);
+    return plain(d, op, arg);
   }
-  return true;
+}
+
+template <class X>
+template <std::size_t... I>
+constexpr auto EntityGenericIfOf<X>::operationTable(std::index_sequence<I...>) {
+  return std::array<Operation, sizeof...(I)>{&EntityGenericIfOf::attributeAt<I>...};
 }
 
 template <class X>
 Ptr<GenericIf> EntityGenericIfOf<X>::attributeOp(AttributeOp const& op, Ptr<GenericIf const> const& index,
                                                  Ptr<GenericIf> const& arg) {
+  static constexpr auto table = operationTable(std::make_index_sequence<entityAttributeCount<X>>());
   requireModifiable(op);
-  Ptr<GenericIf> result;
-  if (std::apply([&](auto const&... d) { return (tryAttribute(d, op, index, arg, result) || ...); },
-                 X::Attributes::all)) {
-    return result;
-  }
-  return baseAttributeOp(op, index, arg);
+  auto const position = op.attributeId - std::uint32_t{firstEntityAttributeId};  // ids run without gaps
+  return position < table.size() ? (this->*table[position])(op, index, arg) : baseAttributeOp(op, index, arg);
 }
 
 /// The key of a member, and the attribute that tells whether the entity can be mirrored.

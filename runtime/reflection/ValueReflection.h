@@ -2,6 +2,8 @@
 // attribute lists. Included by the types' .cpp files and by whoever makes reflection objects of values.
 #pragma once
 
+#include <array>
+#include <span>
 #include <tuple>
 #include <utility>
 
@@ -99,9 +101,7 @@ class VORNACL_API ValueGenericIf : public GenericIf {
  public:
   ValueGenericIf(T const& value, bool isConst) : GenericIf(isConst), value_(value) {}
   static Ptr<ValueGenericIf> GenericIf_Is(T const& value, bool isConst) {
-    Ptr<ValueGenericIf> made = adopt(new ValueGenericIf(value, isConst));
-    made->hasNotificationActiveIs(true);
-    return made;
+    return adopt(new ValueGenericIf(value, isConst));  // its notification is active from the start
   }
 
   T const& value() const { return value_; }
@@ -134,14 +134,14 @@ class VORNACL_API ValueGenericIf : public GenericIf {
   Ptr<GenericIf> readAttribute() const;
   template <std::size_t I>
   static std::span<std::string_view const> parametersOf();
+  using Operation = Ptr<GenericIf> (ValueGenericIf::*)(AttributeOp const&, Ptr<GenericIf const> const&,
+                                                       Ptr<GenericIf> const&);
+  /// Does `op` on the I-th attribute.
   template <std::size_t I>
-  bool tryAttribute(AttributeOp const& op, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg,
-                    Ptr<GenericIf>& result);
+  Ptr<GenericIf> attributeAt(AttributeOp const& op, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg);
+  /// What to do for each id from 2 on.
   template <std::size_t... I>
-  bool tryAttributes(AttributeOp const& op, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg,
-                     Ptr<GenericIf>& result, std::index_sequence<I...>) {
-    return (tryAttribute<I>(op, index, arg, result) || ...);
-  }
+  static constexpr auto operationTable(std::index_sequence<I...>);
 
   T value_;
 };
@@ -190,17 +190,13 @@ Ptr<ValueGenericIf<T>> ValueGenericIf<T>::fromList(GenericIf const* list) {
 
 template <class T>
 template <std::size_t I>
-bool ValueGenericIf<T>::tryAttribute(AttributeOp const& op, Ptr<GenericIf const> const& index,
-                                     Ptr<GenericIf> const& arg, Ptr<GenericIf>& result) {
+Ptr<GenericIf> ValueGenericIf<T>::attributeAt(AttributeOp const& op, Ptr<GenericIf const> const& index,
+                                              Ptr<GenericIf> const& arg) {
   constexpr auto& d = At<T, I>::info;
-  if (d.id == 0 || d.id != static_cast<AttributeId>(op.attributeId)) {
-    return false;
-  }
   constexpr bool isFunction = requires { d.call; };
   if constexpr (!isFunction) {
     if (op.opId == AttributeOp::read && !index) {  // the common case, which cannot fail, needs no place
-      result = readAttribute<I>();
-      return true;
+      return readAttribute<I>();
     }
   }
   constexpr bool isWritable = requires { (value_.*(d.set))(std::declval<typename At<T, I>::Type>()); };
@@ -211,16 +207,27 @@ bool ValueGenericIf<T>::tryAttribute(AttributeOp const& op, Ptr<GenericIf const>
   }
   if constexpr (isFunction) {
     if (op.opId == AttributeOp::read) {
-      result = detail::callWith(d.call, value_, arg.get(), d.arguments, d.name, isConst());
-      return true;
+      return detail::callWith(d.call, value_, arg.get(), d.arguments, d.name, isConst());
     }
   } else if constexpr (isWritable) {
     if (op.opId == AttributeOp::write) {
       (value_.*(d.set))(detail::Argument<typename At<T, I>::Type>::as(arg.get(), d.name));
-      return true;
+      return nullptr;
     }
   }
   throwOpNotSupportedException(String8(d.name), op.opId, false);
+}
+
+template <class T>
+template <std::size_t... I>
+constexpr auto ValueGenericIf<T>::operationTable(std::index_sequence<I...>) {
+  std::array<Operation, sizeof...(I)> table{};
+  // A function without an id has no place in it.
+  ((At<T, I>::info.id >= 2
+        ? void(table[static_cast<std::size_t>(At<T, I>::info.id) - 2] = &ValueGenericIf::attributeAt<I>)
+        : void()),
+   ...);
+  return table;
 }
 
 template <class T>
@@ -266,10 +273,11 @@ Ptr<GenericIf> ValueGenericIf<T>::attributeOp(AttributeOp const& op, Ptr<Generic
         return genericIfOf(value_ == detail::Argument<T>::as(index.get(), "kroOpArg"), isConst());
       }
     }
-    Ptr<GenericIf> result;
     if constexpr (Described<T>) {
-      if (op.attributeId > 1 && tryAttributes(op, index, arg, result, std::make_index_sequence<attributeCount<T>>())) {
-        return result;
+      static constexpr auto table = operationTable(std::make_index_sequence<attributeCount<T>>());
+      auto const position = op.attributeId - 2U;  // ids run without gaps
+      if (position < table.size() && table[position] != nullptr) {
+        return (this->*table[position])(op, index, arg);
       }
     }
     return GenericIf::attributeOp(op, index, arg);
