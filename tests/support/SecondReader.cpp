@@ -301,8 +301,8 @@ std::string Reader::readMessage(Header const& header, std::string_view bytes) {
   }
   std::uint64_t applied = payload.number(8);
   require(payload.rest().empty(), "bytes left over");
-  require(applied >= tree_.ends_[sender_].applied && applied <= tree_.ends_[1 - sender_].messages,
-          "a count of applied");
+  require(applied >= tree_.ends_[sender_].applied, "a count of applied goes back");
+  require(applied <= tree_.ends_[1 - sender_].messages || !tree_.judgesApplied, "a count of applied beyond what is");
   tree_.ends_[sender_].applied = applied;
   return "applied " + std::to_string(applied);
 }
@@ -407,7 +407,10 @@ void Reader::put(Entity& entity, int attribute, std::string const& key, Entry en
   Entry& place = entity.entries[attribute][key];
   bool child =
       attributeOf(entity, attribute)->kind == Kind::members || attributeOf(entity, attribute)->kind == Kind::child;
-  if (child && place.id != 0) tree_.spend(place.id);
+  if (child && place.id != 0) {
+    tree_.entities_[entry.id].disputed = place.writer != entry.writer;
+    tree_.spend(place.id);
+  }
   place = std::move(entry);
 }
 
@@ -458,6 +461,7 @@ void Tree::spend(Id id) {
 
 bool Tree::whole(Id id) const {
   Entity const& entity = entities_.at(id);
+  if (entity.disputed) return true;  // its end may have dropped it before it was sent
   for (Reader::Attribute const& attribute : Reader::types()[entity.type].attributes) {
     if (attribute.kind < Kind::values) continue;
     auto transfer = entity.transfers.find(attribute.id);

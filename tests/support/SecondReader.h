@@ -33,6 +33,7 @@ struct Entity {
   std::string key;
   int announcer = 0;
   bool spent = false;
+  bool disputed = false;  ///< took the place of what the other end had announced under its key
   std::map<int, std::map<std::string, Entry>> entries;  ///< by attribute, then key ("" for what is single)
   std::map<int, Transfer> transfers;
 };
@@ -43,6 +44,8 @@ class Tree {
  public:
   /// Every entity, scalar that is not 0, value and reference as one line, sorted.
   std::string dump() const;
+
+  bool judgesApplied = true;  ///< off where an end is given messages that the other one did not write
 
  private:
   friend class Reader;
