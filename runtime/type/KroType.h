@@ -59,9 +59,10 @@ class VORNACL_API KroType : public KroAttr {
 
   /// Enters a type into the tree of types under its full name.
   static void typeNodeIs(KroType const* type, Name const& fullName);
-  /// The type of that full name, or null.
+  /// The type of that full name, or null: of the model, of the platform or of the runtime.
   static Ptr<KroType const> typeNode(Name const& fullName);
-  /// All types of the tree, in the order in which they were entered.
+  /// All types of the tree, in the order in which they were entered. The types of the platform and of the runtime come
+  /// when the first attribute or argument that needs them is registered.
   static std::vector<Ptr<KroType const>> typeNodes();
 
   /// A reflection object of a copy of the value at `value`, of the default value for null. Throws `ReflectionException`
