@@ -198,14 +198,15 @@ bool AdapterOf<X>::isOvertaken(D const& d, typename D::Key const& key) {
     keys.removals.pop_front();
   }
   auto const isKey = [&](auto const& removal) { return removal.first == key; };
-  if (std::any_of(keys.removals.begin(), keys.removals.end(), isKey) || keys.dirty.find(key) != nullptr) {
+  auto* const mark = keys.dirty.find(key);
+  if (std::any_of(keys.removals.begin(), keys.removals.end(), isKey) || (mark != nullptr && mark->value().removalOwed)) {
     return true;
   }
   auto* const member = (entity().*(d.field)).find(key);
   if (member == nullptr) {
     return false;
   }
-  Ptr<KroNboAttrLogSa> const adapter = childAdapter(d, *member);
+  Ptr<KroNboAttrLogSa> const adapter = childAdapter(d, *member);  // a mark of one that is announced says nothing more
   return !adapter || adapter->announcedAt() > known;
 }
 

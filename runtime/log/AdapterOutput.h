@@ -80,9 +80,13 @@ DirtyMark AdapterOf<X>::takeKey(D const&, typename D::Key const& key) {
 
 template <class X>
 template <class D>
-void AdapterOf<X>::wroteKey(D const&, typename D::Key const& key) {
-  if (!isAnnouncer()) {
-    flow().template keys<D>().exempt.insert(key);
+void AdapterOf<X>::wroteKey(D const& d, typename D::Key const& key) {
+  if (isAnnouncer()) {
+    return;
+  }
+  flow().template keys<D>().exempt.insert(key);
+  if (auto* const record = (entity().*(d.field)).find(key)) {
+    clearSweepMark(*record);  // told without a change, in the middle of a transfer
   }
 }
 
