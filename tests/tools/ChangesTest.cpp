@@ -1,33 +1,46 @@
 #include "tools/demo/Changes.h"
 
+#include <functional>
+#include <map>
+#include <numeric>
+
 #include <gtest/gtest.h>
+
+#include "tools/demo/Dump.h"
+#include "tools/demo/Followers.h"
 
 namespace {
 
-using Demo::Acls;
+using Demo::Tree;
 using Vorn::AceIndex;
 using Vorn::IpRuleConfig;
 
-Kro::Ptr<Vorn::VornAcl> newAcl(std::uint8_t number, std::uint32_t rules) {
-  auto acl = Kro::adopt(new Vorn::VornAcl(Vorn::AclId(Vorn::ipv4PAcl, number, Acl::in), Acl::ip, "f"));
-  for (std::uint32_t i = 1; i <= rules; ++i) {
-    acl->ipRuleByIdIs(AceIndex(i, 0, 0), IpRuleConfig());
+/// A tree with one chip for each number, whose only ACL has that many rules.
+Tree newTree(std::vector<std::uint32_t> const& rules) {
+  auto tree = Vorn::rootConfigCollFactory("t");
+  for (std::uint16_t n = 0; n < rules.size(); ++n) {
+    auto const chip = tree->chipRootConfigIs(n, Vorn::ChipId(n));
+    chip->initialize();
+    auto const acl = chip->vornAclColl()->aclIs({Vorn::ipv4PAcl, static_cast<std::uint8_t>(n), Acl::in}, Acl::ip, "f");
+    for (std::uint32_t i = 1; i <= rules[n]; ++i) {
+      acl->ipRuleByIdIs(AceIndex(i, 0, 0), IpRuleConfig());
+    }
   }
-  return acl;
+  return tree;
 }
 
-std::string dumpOf(Acls const& acls) {
+std::string dumpOf(Tree const& tree) {
   char* text = nullptr;
   std::size_t length = 0;
   std::FILE* const file = open_memstream(&text, &length);
-  Demo::writeDump(acls, file);
+  Demo::writeDump(tree, file);
   std::fclose(file);
   std::string const result(text, length);
   std::free(text);
   return result;
 }
 
-/// Sorts what it hears into additions, removals and changes, by what the ACL held before.
+/// Sorts what it hears of an ACL's rules into additions, removals and changes, by what the ACL held before.
 class Witness : public Vorn::VornAcl::NotifieeConst {
  public:
   explicit Witness(Kro::Ptr<Vorn::VornAcl> const& acl) {
@@ -60,46 +73,109 @@ class Witness : public Vorn::VornAcl::NotifieeConst {
   std::map<AceIndex, IpRuleConfig> known_;
 };
 
+/// Every change is told once, by whichever entity: the followers hear of all, the witnesses of those of rules.
 TEST(Changes, addAsManyRulesAsTheyRemoveAndRepeatThemselves) {
-  struct {
-    std::uint32_t first;
-    std::uint32_t second;
-  } const cases[] = {{1, 0}, {0, 3}, {40, 2}};  // the first two run empty now and then
-  for (auto const& c : cases) {
-    SCOPED_TRACE(c.first);
+  std::vector<std::uint32_t> const cases[] = {{1, 0}, {0, 3}, {40, 2}};  // the first two run empty now and then
+  for (auto const& rules : cases) {
+    SCOPED_TRACE(rules[0]);
     std::string dumps[3];
     for (std::uint32_t run = 0; run < 3; ++run) {
-      Acls const acls{newAcl(0, c.first), newAcl(1, c.second)};
-      auto const first = Kro::adopt(new Witness(acls[0]));
-      auto const second = Kro::adopt(new Witness(acls[1]));
+      Tree const tree = newTree(rules);
+      Demo::ChangeCount told([] { return true; });
+      std::vector<Kro::Ptr<Kro::PtrInterface>> others{Demo::follow<Demo::TreeFollower>(tree, told)};
+      std::vector<Kro::Ptr<Witness>> witnesses;
+      for (auto const& chip : Demo::inOrderOfKeys(tree->chipRootConfigMap())) {
+        others.push_back(Demo::follow<Demo::ChipFollower>(chip, told));
+        others.push_back(Demo::follow<Demo::NamesFollower>(chip->aclKeyToAclId(), told));
+      }
+      for (auto const& acl : Demo::aclsOf(tree)) {
+        others.push_back(Demo::follow<Demo::AclFollower>(acl, told));
+        witnesses.push_back(Kro::adopt(new Witness(acl)));
+      }
       std::size_t made = 0;
-      for (Demo::Changes changes(acls, 1000, run / 2); changes.next();) {
-        ++made;
-        ASSERT_EQ(first->added + first->removed + first->changed + second->added + second->removed + second->changed,
-                  made);
+      for (Demo::Changes changes(tree, 1000, run / 2); changes.next();) {
+        ASSERT_EQ(told.value(), ++made);
       }
       EXPECT_EQ(made, 1000U);
-      EXPECT_EQ(first->added + second->added, 300U);
-      EXPECT_EQ(first->removed + second->removed, 300U);
-      EXPECT_EQ(Demo::ruleCount(acls), c.first + c.second);
-      dumps[run] = dumpOf(acls);
+      EXPECT_EQ(witnesses[0]->added + witnesses[1]->added, 300U);
+      EXPECT_EQ(witnesses[0]->removed + witnesses[1]->removed, 300U);
+      EXPECT_EQ(witnesses[0]->changed + witnesses[1]->changed, 300U);
+      EXPECT_EQ(Demo::countsOf(tree).rules, rules[0] + rules[1]);
+      dumps[run] = dumpOf(tree);
     }
     EXPECT_EQ(dumps[0], dumps[1]) << "the same seed makes other changes";
     EXPECT_NE(dumps[0], dumps[2]) << "the seed makes no difference";
   }
-  EXPECT_FALSE(Demo::Changes({newAcl(0, 0)}, 1000, 0).next());
+  EXPECT_FALSE(Demo::Changes(newTree({0}), 1000, 0).next());
+}
+
+/// One difference anywhere in a tree shows in the dump, each in its own way; the order of creation does not.
+TEST(Dump, showsEveryAttributeOfEveryEntity) {
+  auto const make = [](std::vector<std::uint16_t> const& chips) {
+    auto tree = Vorn::rootConfigCollFactory("t");
+    for (std::uint16_t const n : chips) {
+      tree->chipRootConfigIs(n, Vorn::ChipId(n))->initialize();
+    }
+    tree->chipRootConfig(2)->vornAclColl()->aclIs({}, Acl::ip, "a");
+    return tree;
+  };
+  using Chip = Vorn::RootConfig;
+  auto const onChip = [](auto change) { return [change](Tree const& tree) { change(*tree->chipRootConfig(2)); }; };
+  auto const onAcl = [](auto change) {
+    return [change](Tree const& tree) { change(*tree->chipRootConfig(2)->vornAclColl()->acl({})); };
+  };
+  using List = Vorn::VornAcl;
+  Vorn::MacRuleConfig mac;
+  IpRuleConfig ip, logged;
+  logged.logIs(true);
+  std::function<void(Tree const&)> const differences[] = {
+      [](Tree const&) {},
+      [](Tree const& t) { t->chipRootConfigIs(3, Vorn::ChipId(3)); },
+      [](Tree const& t) { t->chipRootConfigIs(3, Vorn::ChipId(4)); },
+      [](Tree const& t) { t->chipRootConfigLastFailedIs(t->chipRootConfig(1)); },
+      [](Tree const& t) { t->chipRootConfigLastFailedIs(t->chipRootConfig(2)); },
+      onChip([](Chip& c) { c.activeIs(true); }),
+      onChip([](Chip& c) { c.actionIs(Vorn::vornAbort); }),
+      onChip([](Chip& c) { c.vornRootKickTimeIs(0.5); }),
+      onChip([](Chip& c) { c.vornRootKickInc(1); }),
+      onChip([](Chip& c) { c.initializedIs(false); }),
+      onChip([](Chip& c) { c.vornAclCollDel(); }),
+      onChip([](Chip& c) { c.aclKeyToAclIdIs("another"); }),
+      onChip([](Chip& c) {
+        c.aclKeyToAclId()->keyToIdIs({Acl::ip, "a"}, {});
+      }),
+      onChip([](Chip& c) {
+        c.aclKeyToAclId()->keyToIdIs({Acl::ip, "b"}, {});
+      }),
+      onChip([](Chip& c) {
+        c.vornAclColl()->aclIs({Vorn::macAcl, 1, Acl::out}, Acl::mac, "a");
+      }),
+      onChip([](Chip& c) {
+        c.vornAclColl()->aclIs({Vorn::macAcl, 1, Acl::out}, Acl::ip, "a");
+      }),
+      onChip([](Chip& c) {
+        c.vornAclColl()->aclIs({Vorn::macAcl, 1, Acl::out}, Acl::mac, "b");
+      }),
+      onAcl([=](List& a) { a.ipRuleByIdIs(AceIndex(1, 0, 0), ip); }),
+      onAcl([=](List& a) { a.ipRuleByIdIs(AceIndex(0, 1, 0), ip); }),
+      onAcl([=](List& a) { a.ipRuleByIdIs(AceIndex(1, 0, 0), logged); }),
+      onAcl([=](List& a) { a.macRuleByIdIs(AceIndex(1, 0, 0), mac); }),
+  };
+  std::map<std::string, std::size_t> seen;
+  for (std::size_t i = 0; i < std::size(differences); ++i) {
+    Tree const tree = make({1, 2});
+    differences[i](tree);
+    auto const [known, isNew] = seen.emplace(dumpOf(tree), i);
+    EXPECT_TRUE(isNew) << i << " looks like " << known->second;
+  }
+  std::vector<std::uint16_t> order(40);
+  std::iota(order.begin(), order.end(), std::uint16_t{0});
+  std::string const ascending = dumpOf(make(order));
+  std::reverse(order.begin(), order.end());
+  EXPECT_EQ(dumpOf(make(order)), ascending);
 }
 
 TEST(Dump, tellsTheFirstDifference) {
-  std::string const text = dumpOf({newAcl(1, 0), newAcl(0, 2)});
-  EXPECT_EQ(Demo::firstDifference(text, text), std::nullopt);
-  Acls acls{newAcl(0, 2), newAcl(1, 0)};
-  EXPECT_EQ(Demo::firstDifference(text, dumpOf(acls)), std::nullopt) << "the order of the ACLs counts";
-  acls[0]->ipRuleByIdDel(AceIndex(2, 0, 0));
-  EXPECT_EQ(Demo::firstDifference(text, dumpOf(acls)).value_or("").substr(0, 26), "line 1, ipv4PAcl:0:in 'ip'");
-  acls[0]->ipRuleByIdIs(AceIndex(2, 0, 1), IpRuleConfig());
-  EXPECT_NE(Demo::firstDifference(text, dumpOf(acls)), std::nullopt) << "positions are not compared";
-
   struct {
     char const* source;
     char const* mirror;
@@ -117,27 +193,6 @@ TEST(Dump, tellsTheFirstDifference) {
   EXPECT_EQ(Demo::firstDifference("k\tl\t" + same + "1" + same, "k\tl\t" + same + "2"),
             "line 1, k l: \"..." + same.substr(36) + "1" + same.substr(21) + "...\" in the source, \"..." +
                 same.substr(36) + "2\" in the mirror");
-}
-
-/// Each attribute of a rule shows in the dump.
-TEST(Dump, showsEveryAttribute) {
-  Vorn::IpFilter filter;
-  filter.l4RuleIs(true);
-  IpRuleConfig rule;
-  rule.filterIs(filter);
-  rule.countIs(true);
-  Vorn::MacRuleConfig mac;
-  mac.logIs(true);
-  auto const acl = newAcl(7, 0);
-  acl->ipRuleByIdIs(AceIndex(3, 2, 1), rule);
-  acl->macRuleByIdIs(AceIndex(4, 0, 0), mac);
-  auto const lineOf = [](auto const& key, auto const& value) {
-    std::string line = "ipv4PAcl:7:in\t";
-    line.append(Kro::valueToStrep(key).view()).append("\t").append(Kro::valueToStrep(value).view()).append("\n");
-    return line;
-  };
-  EXPECT_EQ(dumpOf({acl}),
-            "ipv4PAcl:7:in\t'ip'\t'f'\t1\t1\n" + lineOf(AceIndex(3, 2, 1), rule) + lineOf(AceIndex(4, 0, 0), mac));
 }
 
 }  // namespace

@@ -5,8 +5,12 @@
 
 namespace Demo {
 
-Changes::Changes(Acls acls, std::size_t count, std::uint32_t seed)
-    : acls_(std::move(acls)), random_(seed), kinds_(count, Kind::change) {
+Changes::Changes(Tree tree, std::size_t count, std::uint32_t seed)
+    : tree_(std::move(tree)),
+      acls_(aclsOf(tree_)),
+      chips_(inOrderOfKeys(tree_->chipRootConfigMap())),
+      random_(seed),
+      kinds_(count, Kind::change) {
   for (std::size_t i = 0; i < acls_.size(); ++i) {
     for (auto const& record : acls_[i]->ipRuleByIdMap()) {
       places_.push_back({i, record.key()});
@@ -18,6 +22,7 @@ Changes::Changes(Acls acls, std::size_t count, std::uint32_t seed)
   }
   std::size_t const part = count / 10 * 3;
   std::fill_n(kinds_.begin(), part, Kind::add);
+  std::fill_n(kinds_.begin() + static_cast<std::ptrdiff_t>(part), count / 10, Kind::control);
   std::fill_n(kinds_.rbegin(), part, Kind::remove);
   shuffle();
 }
@@ -34,7 +39,7 @@ bool Changes::next() {
     return false;
   }
   if (places_.empty()) {
-    // More was removed than added, so an addition is to come: it takes the place of what cannot be done now.
+    // More was removed than added, so an addition is to come: it takes the place of what may not be possible now.
     std::iter_swap(kinds_.begin() + static_cast<std::ptrdiff_t>(done_),
                    std::find(kinds_.begin() + static_cast<std::ptrdiff_t>(done_), kinds_.end(), Kind::add));
   }
@@ -47,6 +52,9 @@ bool Changes::next() {
       break;
     case Kind::remove:
       remove();
+      break;
+    case Kind::control:
+      control();
       break;
   }
   return true;
@@ -94,6 +102,50 @@ void Changes::remove() {
   places_.pop_back();
   last_ = acls_[place.acl]->ipRuleByIdDel(place.key);
   removed_.push_back(place);
+}
+
+void Changes::control() {
+  auto const& chip = chips_[below(chips_.size())];
+  switch (below(6)) {
+    case 0:
+      mapName(*chip);
+      break;
+    case 1:
+      chip->actionIs(Vorn::RootActionInstance((static_cast<unsigned>(chip->action()) + 1 + below(2)) % 3));
+      break;
+    case 2:
+      chip->vornRootKickInc(1 + below(3));
+      break;
+    case 3:
+      chip->activeIs(!chip->active());
+      break;
+    case 4:
+      chip->vornRootKickTimeIs(static_cast<double>(done_) / 1000);
+      break;
+    default:
+      if (tree_->chipRootConfigLastFailed(chip->chipId())) {
+        tree_->chipRootConfigLastFailedDel(chip->chipId());
+      } else {
+        tree_->chipRootConfigLastFailedIs(chip);
+      }
+  }
+}
+
+/// Maps the name of one of all ACLs on this chip to another id, or takes it out.
+void Changes::mapName(Vorn::RootConfig& chip) {
+  auto const& mapping = chip.aclKeyToAclId();
+  Zil::AclKey const key(Acl::ip, acls_[below(acls_.size())]->cliName().string());
+  auto const* const record = mapping->keyToIdMap().find(key);
+  if (record != nullptr && coin()) {
+    mapping->keyToIdDel(key);
+    return;
+  }
+  Vorn::AclId const before = record != nullptr ? record->value() : Vorn::AclId();
+  Vorn::AclId id = before;
+  while (id == before) {
+    id = Vorn::AclId(Vorn::ipv4PAcl, static_cast<std::uint8_t>(below(255)), coin() ? Acl::out : Acl::in);
+  }
+  mapping->keyToIdIs(key, id);
 }
 
 Dorix::IpGenPrefix Changes::prefix() {

@@ -1,28 +1,29 @@
-// Changes to the rules of ACLs, the same ones in each run.
+// Changes to a tree of rules, the same ones in each run.
 #pragma once
 
 #include <cstdint>
 #include <random>
 #include <vector>
 
-#include "tools/demo/Dump.h"
+#include "tools/demo/Tree.h"
 
 namespace Demo {
 
-/// A fixed sequence of changes to a set of ACLs: three in ten add a rule, half of these where one was removed before,
-/// as many remove one, the others change one attribute or two of one. Every change is one, and as many rules stand
-/// behind all of them as before. ACLs without any rule at all cannot be changed; nobody else may change the rules
-/// meanwhile.
+/// A fixed sequence of changes to a tree: three in ten add a rule, half of these where one was removed before, as many
+/// remove one, as many change one attribute or two of one; one in ten is about a chip: its mapping of names, its
+/// action, its kicks, whether it is active, whether it failed last. Every change is one, which observers are told once,
+/// and as many rules stand behind all of them as before. A tree without any rule at all is not changed; nobody else may
+/// change it meanwhile.
 class Changes {
  public:
-  /// `count` changes are made in all, a multiple of 10. The seed and the rules decide about each of them.
-  Changes(Acls acls, std::size_t count, std::uint32_t seed);
+  /// `count` changes are made in all, a multiple of 10. The seed and the tree decide about each of them.
+  Changes(Tree tree, std::size_t count, std::uint32_t seed);
 
   /// Makes the next change; returns false where there is none left.
   bool next();
 
  private:
-  enum class Kind : std::uint8_t { change, add, remove };
+  enum class Kind : std::uint8_t { change, add, remove, control };
   struct Place {
     std::size_t acl;
     Vorn::AceIndex key;
@@ -33,6 +34,8 @@ class Changes {
   void change();
   void add();
   void remove();
+  void control();
+  void mapName(Vorn::RootConfig& chip);
   std::uint32_t below(std::size_t limit) { return static_cast<std::uint32_t>(random_() % limit); }
   bool coin() { return (random_() & 1U) != 0; }
   Dorix::IpGenPrefix prefix();
@@ -41,7 +44,9 @@ class Changes {
   void alter(Vorn::IpFilter& filter, unsigned attribute);
   Vorn::IpRuleConfig const& at(Place const& place) const;
 
+  Tree tree_;
   Acls acls_;
+  std::vector<Kro::Ptr<Vorn::RootConfig>> chips_;
   std::mt19937 random_;
   std::vector<Kind> kinds_;
   std::size_t done_ = 0;

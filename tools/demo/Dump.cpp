@@ -33,19 +33,65 @@ class Writer {
   std::string text_;
 };
 
-template <class... Columns>
-void appendLine(std::string& text, Columns const&... columns) {
-  ((text.append(Kro::valueToStrep(columns).view()) += '\t'), ...);
-  text.back() = '\n';
-}
+/// Writes an entity and all that is below it.
+class Dumper {
+ public:
+  explicit Dumper(Writer& writer) : writer_(writer) {}
 
-template <class Map>
-void dumpRules(Vorn::AclId const& aclId, Map const& map, Writer& writer) {
-  for (auto const& record : map) {
-    appendLine(writer.text(), aclId, record.key(), record.value());
-    writer.lineDone();
+  template <class X>
+  void entity(X const& x) {
+    std::string const path(x.fullName().view());
+    line(path, "name", [&] { append(x.name()); });
+    Kro::forEachEntityAttribute<X>([&](auto const& d) { attribute(x, path, d); });
   }
-}
+
+ private:
+  template <class X, class D>
+  void attribute(X const& x, std::string const& path, D const& d) {
+    using Kind = Kro::AttributeKind;
+    if constexpr (D::kind == Kind::parameter || D::kind == Kind::scalar || D::kind == Kind::counter) {
+      line(path, d.name, [&] { append((x.*d.get)()); });
+    } else if constexpr (D::kind == Kind::child) {
+      if (auto const child = (x.*d.get)()) {
+        entity(*child);
+      } else {
+        line(path, d.name, [&] { writer_.text() += "null"; });
+      }
+    } else if constexpr (D::kind == Kind::values) {
+      for (auto const& record : x.*d.field) {
+        line(path, d.name, [&] { append(record.key(), record.value()); });
+      }
+    } else if constexpr (D::kind == Kind::members) {
+      for (auto const& member : inOrderOfKeys(x.*d.field)) {
+        entity(*member);
+      }
+    } else if constexpr (D::kind == Kind::references) {
+      for (auto const& record : inOrderOfKeys(x.*d.field)) {
+        line(path, d.name, [&] { append(D::Record::KroHashLink::key(*record), record->referenced()->fullName()); });
+      }
+    }
+  }
+
+  template <class Rest>
+  void line(std::string const& path, std::string_view name, Rest rest) {
+    writer_.text().append(path).append("\t").append(name).append("\t");
+    rest();
+    writer_.text() += '\n';
+    writer_.lineDone();
+  }
+  template <class T>
+  void append(T const& value) {
+    Kro::Codec<T>::strep(writer_.text(), value);
+  }
+  template <class K, class T>
+  void append(K const& key, T const& value) {
+    append(key);
+    writer_.text() += '\t';
+    append(value);
+  }
+
+  Writer& writer_;
+};
 
 /// The line from shortly before column `at`, which is the first that differs.
 std::string excerpt(std::string_view line, std::size_t at) {
@@ -58,40 +104,19 @@ std::string excerpt(std::string_view line, std::size_t at) {
 }
 
 /// The columns that tell which line this is.
-std::string_view nameOf(std::string_view line) {
-  std::size_t const first = line.find('\t');
-  return line.substr(0, first == std::string_view::npos ? first : line.find('\t', first + 1));
-}
+std::string_view nameOf(std::string_view line) { return line.substr(0, line.rfind('\t')); }
 
 }  // namespace
 
-std::size_t ruleCount(Acls const& acls) {
-  std::size_t count = 0;
-  for (auto const& acl : acls) {
-    count += acl->ipRuleByIdSize() + acl->macRuleByIdSize();
-  }
-  return count;
-}
-
-Acls inOrderOfIds(Acls acls) {
-  std::sort(acls.begin(), acls.end(), [](auto const& a, auto const& b) { return a->aclId() < b->aclId(); });
-  return acls;
-}
-
-void writeDump(Acls const& acls, std::FILE* to) {
+void writeDump(Tree const& tree, std::FILE* to) {
   Writer writer(to);
-  for (auto const& acl : inOrderOfIds(acls)) {
-    appendLine(writer.text(), acl->aclId(), acl->aclType(), acl->cliName().string(), acl->ipRuleByIdSize(),
-               acl->macRuleByIdSize());
-    dumpRules(acl->aclId(), acl->ipRuleByIdMap(), writer);
-    dumpRules(acl->aclId(), acl->macRuleByIdMap(), writer);
-  }
+  Dumper(writer).entity(*tree);
   writer.flush();
 }
 
-void writeCanonicalLines(Acls const& acls, std::FILE* to) {
+void writeCanonicalLines(Tree const& tree, std::FILE* to) {
   Writer writer(to);
-  for (auto const& acl : inOrderOfIds(acls)) {
+  for (auto const& acl : aclsOf(tree)) {
     for (auto const& record : acl->ipRuleByIdMap()) {
       appendCanonicalLine(writer.text(), record.key().ruleId(), record.value());
       writer.lineDone();

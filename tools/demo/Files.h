@@ -5,6 +5,9 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
+
+#include "tools/demo/Process.h"
 
 namespace Demo {
 
@@ -19,6 +22,24 @@ File openFile(std::string const& path, char const* mode);
 
 /// All bytes of a file. Throws `std::system_error` that names it.
 std::string readFile(std::string const& path);
+
+/// A file without a name, so that nothing of it is left behind however its users end.
+class UnnamedFile {
+ public:
+  /// Makes it, empty, in the folder for temporary files. Throws `std::system_error`; so do the others.
+  UnnamedFile();
+
+  /// The descriptor, under which another process can be given the file.
+  int number() const { return descriptor_.number(); }
+  /// All that stands in it now.
+  std::string text() const;
+
+ private:
+  FileDescriptor descriptor_;
+};
+
+/// A stream to the end of the file behind a descriptor, which stays open itself. Throws `std::system_error`.
+File streamTo(int number);
 
 /// A new folder for temporary files, removed with all that is in it.
 class TemporaryFolder {

@@ -2,10 +2,10 @@
 
 #include <cstdio>
 #include <stdexcept>
-#include <vector>
 
 #include "tools/demo/Dump.h"
 #include "tools/demo/Files.h"
+#include "tools/demo/Followers.h"
 #include "tools/demo/Pump.h"
 
 namespace Demo {
@@ -14,36 +14,21 @@ namespace {
 
 using Kro::NboAttrLog::Connection;
 
-/// Counts the changes of one ACL's rules once the first complete state has come.
-class Follower : public Vorn::VornAcl::NotifieeConst {
- public:
-  Follower(Connection const& connection, std::size_t& changes) : connection_(connection), changes_(changes) {}
-
-  void onIpRuleById(Vorn::AceIndex const&) override {
-    if (connection_.state() == Connection::State::inSync) {
-      ++changes_;
-    }
-  }
-
- private:
-  Connection const& connection_;
-  std::size_t& changes_;
-};
-
-/// The ACLs that arrive on a connection.
+/// The tree that arrives on a connection.
 class Mirror {
  public:
-  explicit Mirror(Kro::Ptr<Connection> const& connection) : connection_(connection) {
+  explicit Mirror(Kro::Ptr<Connection> const& connection)
+      : connection_(connection), changes_([this] { return connection_->state() == Connection::State::inSync; }) {
     connection->onRootIs([this](Kro::Ptr<Kro::Entity> const& root) { take(root); });
   }
   ~Mirror() { connection_->onRootIs({}); }
 
-  Acls const& acls() const { return acls_; }
-  std::size_t changes() const { return changes_; }
+  Tree const& tree() const { return tree_; }
+  std::size_t changes() const { return changes_.value(); }
 
   /// Changes one attribute of the first rule there is.
   void alterOneRule() {
-    for (auto const& acl : acls_) {
+    for (auto const& acl : aclsOf(tree_)) {
       for (auto const& record : acl->ipRuleByIdMap()) {
         Vorn::IpRuleConfig rule = record.value();
         rule.logIs(!rule.log());
@@ -55,25 +40,22 @@ class Mirror {
 
  private:
   void take(Kro::Ptr<Kro::Entity> const& root) {
-    auto acl = Kro::ptrCast<Vorn::VornAcl>(root);
-    if (!acl) {
-      throw std::runtime_error("the other process sends something else than ACLs");
+    auto tree = Kro::ptrCast<Vorn::RootConfigColl>(root);
+    if (!tree || tree_) {
+      throw std::runtime_error("the other process sends something else than one tree");
     }
-    auto follower = Kro::adopt(new Follower(*connection_, changes_));
-    follower->notifierIs(acl);
-    follower->isRegisteredNotifieeIs(true);
-    acls_.push_back(std::move(acl));
-    followers_.push_back(std::move(follower));
+    tree_ = std::move(tree);
+    follower_ = follow<TreeFollower>(tree_, changes_);
   }
 
   Kro::Ptr<Connection> connection_;
-  Acls acls_;
-  std::vector<Kro::Ptr<Follower>> followers_;
-  std::size_t changes_ = 0;
+  ChangeCount changes_;
+  Tree tree_;
+  Kro::Ptr<TreeFollower> follower_;
 };
 
 /// Runs until the other end says that nothing follows.
-void follow(Kro::Ptr<Connection> const& connection, FileDescriptor socket) {
+void followStream(Kro::Ptr<Connection> const& connection, FileDescriptor socket) {
   Pump pump(connection, std::move(socket));
   Pump* const pumps[] = {&pump};
   while (pump.isOpen()) {
@@ -87,12 +69,11 @@ void follow(Kro::Ptr<Connection> const& connection, FileDescriptor socket) {
 }  // namespace
 
 std::vector<std::string> MirrorOptions::arguments() const {
-  std::vector<std::string> result{socketName, std::to_string(socket)};
-  if (dump) {
-    result.insert(result.end(), {dumpName, *dump});
-  }
-  if (plant) {
+  std::vector<std::string> result{socketName, std::to_string(socket), fileName, std::to_string(file)};
+  if (task == MirrorTask::plantAndDump) {
     result.emplace_back(plantName);
+  } else if (task == MirrorTask::printRules) {
+    result.emplace_back(rulesName);
   }
   return result;
 }
@@ -100,16 +81,17 @@ std::vector<std::string> MirrorOptions::arguments() const {
 void runMirror(MirrorOptions const& options) {
   auto const connection = Connection::create(Connection::Role::acceptor);
   Mirror mirror(connection);
-  follow(connection, FileDescriptor(options.socket));
-  if (options.plant) {
+  followStream(connection, FileDescriptor(options.socket));
+  if (options.task == MirrorTask::printRules) {
+    writeCanonicalLines(mirror.tree(), stdout);
+    return;
+  }
+  if (options.task == MirrorTask::plantAndDump) {
     mirror.alterOneRule();
   }
-  if (options.dump) {
-    writeDump(mirror.acls(), openFile(*options.dump, "wb").get());
-    std::printf("%zu %zu %zu\n", ruleCount(mirror.acls()), mirror.acls().size(), mirror.changes());
-  } else {
-    writeCanonicalLines(mirror.acls(), stdout);
-  }
+  writeDump(mirror.tree(), streamTo(options.file).get());
+  Counts const counts = countsOf(mirror.tree());
+  std::printf("%zu %zu %zu %zu\n", counts.rules, counts.acls, counts.chips, mirror.changes());
 }
 
 }  // namespace Demo

@@ -23,6 +23,8 @@ class FileDescriptor {
 
   int number() const { return number_; }
   void close();
+  /// Leaves the descriptor to somebody else.
+  void release() { number_ = -1; }
 
  private:
   int number_ = -1;
@@ -40,17 +42,27 @@ DescriptorPair socketPair();
 /// `std::system_error`.
 DescriptorPair newPipe();
 
-/// A further process of this program. It is killed with its owner unless its end was waited for.
+/// A process of its own. It dies with this process, however that ends, also while it is stopped; and it is killed with
+/// its owner unless its end was waited for.
 class ChildProcess {
  public:
-  /// Starts this program with `arguments`. `kept` stays open there under its number; `output` becomes its standard
-  /// output unless it is -1. Throws `std::system_error`.
-  ChildProcess(std::vector<std::string> arguments, int kept, int output);
+  /// This very program.
+  static constexpr char const* thisProgram = "/proc/self/exe";
+
+  /// Starts a program with `arguments`. The descriptors in `kept` stay open there under their numbers; `output` becomes
+  /// its standard output unless it is -1. Throws `std::system_error`.
+  ChildProcess(std::string const& program, std::vector<std::string> arguments, std::vector<int> const& kept,
+               int output);
   ChildProcess(ChildProcess const&) = delete;
   ChildProcess& operator=(ChildProcess const&) = delete;
   ~ChildProcess();
 
   pid_t id() const { return id_; }
+  /// Halts the process and returns when it stands still; `resume` lets it go on. Throw `std::system_error`.
+  void stop();
+  void resume();
+  /// Ends the process at once, wherever it is, and waits for its end. Does nothing after that.
+  void kill();
   /// Waits for the end; returns whether the process ended with status 0.
   bool succeeded();
 

@@ -1,152 +1,130 @@
 #include "tools/demo/Source.h"
 
-#include <unistd.h>
-
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
+#include <optional>
 #include <stdexcept>
 
 #include "tools/demo/Changes.h"
 #include "tools/demo/Dump.h"
-#include "tools/demo/Files.h"
-#include "tools/demo/Mirror.h"
-#include "tools/demo/Process.h"
-#include "tools/demo/Pump.h"
-#include "tools/demo/RuleFile.h"
+#include "tools/demo/Peer.h"
 
 namespace Demo {
 
 namespace {
 
-using Kro::NboAttrLog::Connection;
+using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t liveChanges = 10000;
 constexpr std::uint32_t seed = 20240229;
-constexpr std::chrono::seconds patience{60};
+constexpr std::chrono::seconds pause{1};
 
 /// Tells on standard error what was done since the last time, and how long it took.
 class Progress {
  public:
   void done(std::string const& what) {
-    auto const now = std::chrono::steady_clock::now();
+    auto const now = Clock::now();
     std::chrono::duration<double, std::milli> const time = now - since_;
     std::fprintf(stderr, "%s in %.0f ms\n", what.c_str(), time.count());
     since_ = now;
   }
 
  private:
-  std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();
+  Clock::time_point since_ = Clock::now();
 };
 
-Kro::Ptr<Vorn::VornAcl> load(std::string const& path, std::uint8_t number) {
-  RuleFile const file = readRuleFile(path);
-  for (Loosened const& loosened : file.loosened) {
-    std::fprintf(stderr, "%s: %s\n", path.c_str(), toText(loosened).c_str());
-  }
-  std::string const name = std::filesystem::path(path).filename();
-  auto acl = Kro::adopt(new Vorn::VornAcl(Vorn::AclId(Vorn::ipv4PAcl, number, Acl::in), Acl::ip, name.c_str()));
-  std::uint32_t index = 0;
-  for (Vorn::IpRuleConfig const& rule : file.rules) {
-    acl->ipRuleByIdIs(Vorn::AceIndex(++index, 0, 0), rule);
-  }
-  return acl;
-}
+std::string rulesOf(Tree const& tree) { return std::to_string(countsOf(tree).rules) + " rules"; }
 
-Acls loadAll(std::vector<std::string> const& files) {
-  Acls acls;
-  for (std::string const& file : files) {
-    acls.push_back(load(file, static_cast<std::uint8_t>(acls.size())));
-  }
-  return acls;
-}
-
-/// The other process, and the stream to it.
-class Peer {
+/// The two mirrors, and what happens to them while the tree changes.
+class Mirrors {
  public:
-  explicit Peer(MirrorOptions options) : Peer(std::move(options), socketPair(), newPipe()) {}
-
-  Connection& connection() { return pump_.connection(); }
-
-  /// Sends everything that waits.
-  void drain() {
-    Pump* const pumps[] = {&pump_};
-    for (pump_.move(); !pump_.isDrained();) {
-      if (!pump_.isOpen()) {
-        throw std::runtime_error("the mirror has gone");
-      }
-      if (!Pump::wait(pumps, patience)) {
-        throw std::runtime_error("the mirror does not answer");
-      }
-    }
+  Mirrors(Tree const& tree, bool plant)
+      : tree_(tree), secondTask_(plant ? MirrorTask::plantAndDump : MirrorTask::dump) {
+    second_.emplace(tree_, secondTask_);
   }
 
-  /// Says that nothing follows.
-  void finish() { pump_.finish(); }
+  void fill(Progress& progress) {
+    Peer::drain({&first_, &*second_});
+    auto const bytes = first_.connection().stats().bytesSent;
+    progress.done(rulesOf(tree_) + ", " + std::to_string(bytes) + " bytes, sent to each of 2 processes");
+  }
 
-  /// Waits for the process to end. Returns what it wrote to standard output.
-  std::string result() {
-    std::string text;
-    char buffer[256];
-    for (ssize_t length; (length = read(output_.number(), buffer, sizeof buffer)) > 0;) {
-      text.append(buffer, static_cast<std::size_t>(length));
+  /// Makes the changes in four parts.
+  void change(Progress& progress) {
+    Changes changes(tree_, liveChanges, seed);
+    makeSome(changes, [this] { Peer::drain({&first_, &*second_}); });
+    first_.process().stop();
+    Clock::time_point const end = Clock::now() + pause;
+    makeSome(changes, [this] { first_.pump().move(), Peer::drain({&*second_}); });
+    second_->kill();
+    second_.emplace(tree_, secondTask_);
+    makeSome(changes, [this] { first_.pump().move(), second_->pump().move(); });
+    waitUntil(end);
+    first_.process().resume();
+    Peer::drain({&first_, &*second_});
+    makeSome(changes, [this] { Peer::drain({&first_, &*second_}); });
+    auto const stats = first_.connection().stats();
+    progress.done(std::to_string(liveChanges) + " changes made and sent, of which up to " +
+                  std::to_string(stats.dirtyMarksPeak) + " waited for the first process");
+  }
+
+  /// Writes the source's own dump and compares.
+  bool compare(Progress& progress) {
+    first_.finish();
+    second_->finish();
+    UnnamedFile const file;
+    writeDump(tree_, streamTo(file.number()).get());
+    std::string const source = file.text();
+    bool const equal = isEqual(source, first_, "first") && isEqual(source, *second_, "second");
+    progress.done("3 dumps written and compared");
+    if (equal) {
+      std::printf("equal: %zu rules in %zu ACLs on %zu chips mirrored to 2 processes, %zu live changes followed\n",
+                  counts_.rules, counts_.acls, counts_.chips, changesFollowed_);
     }
-    if (!process_.succeeded()) {
-      throw std::runtime_error("the mirror failed");
-    }
-    return text;
+    return equal;
   }
 
  private:
-  Peer(MirrorOptions options, DescriptorPair sockets, DescriptorPair pipe)
-      : output_(std::move(pipe.first)),
-        process_(argumentsFor(options, sockets.second.number()), sockets.second.number(),
-                 options.dump ? pipe.second.number() : -1),
-        pump_(Connection::create(Connection::Role::opener), std::move(sockets.first)) {}
-
-  static std::vector<std::string> argumentsFor(MirrorOptions& options, int socket) {
-    options.socket = socket;
-    return options.arguments();
+  template <class Then>
+  void makeSome(Changes& changes, Then then) {
+    for (std::size_t left = liveChanges / 4; left > 0 && changes.next(); --left) {
+      then();
+    }
   }
 
-  FileDescriptor output_;
-  ChildProcess process_;
-  Pump pump_;
+  void waitUntil(Clock::time_point end) {
+    Pump* const pumps[] = {&first_.pump(), &second_->pump()};
+    for (auto now = Clock::now(); now < end; now = Clock::now()) {
+      Pump::wait(pumps, std::chrono::ceil<std::chrono::milliseconds>(end - now));
+    }
+  }
+
+  bool isEqual(std::string const& source, Peer& peer, char const* name) {
+    std::string const result = peer.result();
+    std::size_t changes = 0;
+    if (std::sscanf(result.c_str(), "%zu %zu %zu %zu", &counts_.rules, &counts_.acls, &counts_.chips, &changes) != 4) {
+      throw std::runtime_error("a mirror does not tell what it holds");
+    }
+    changesFollowed_ = std::max(changesFollowed_, changes);
+    if (auto const difference = firstDifference(source, peer.dump())) {
+      std::printf("differs: %s mirror, %s\n", name, difference->c_str());
+      return false;
+    }
+    return true;
+  }
+
+  Tree tree_;
+  MirrorTask secondTask_;
+  Peer first_{tree_, MirrorTask::dump};
+  std::optional<Peer> second_;
+  Counts counts_;  ///< as the mirror told that was asked last
+  std::size_t changesFollowed_ = 0;
 };
 
-void attach(Acls const& acls, Peer& peer, Progress& progress) {
-  for (auto const& acl : acls) {
-    peer.connection().rootIs(acl);
-  }
-  peer.drain();
-  progress.done(std::to_string(ruleCount(acls)) + " rules sent");
-}
-
-/// Makes the changes one by one, and lets none wait for the next.
-void change(Acls const& acls, Peer& peer, Progress& progress) {
-  std::size_t count = 0;
-  for (Changes changes(acls, liveChanges, seed); changes.next(); ++count) {
-    peer.drain();
-  }
-  progress.done(std::to_string(count) + " changes sent");
-}
-
-bool compare(std::string const& source, std::string const& mirror, std::string const& counts) {
-  std::size_t rules = 0, acls = 0, changes = 0;
-  if (std::sscanf(counts.c_str(), "%zu %zu %zu", &rules, &acls, &changes) != 3) {
-    throw std::runtime_error("the mirror does not tell what it holds");
-  }
-  if (auto const difference = firstDifference(readFile(source), readFile(mirror))) {
-    std::printf("differs: %s\n", difference->c_str());
-    return false;
-  }
-  std::printf("equal: %zu rules in %zu ACLs mirrored, %zu live changes followed\n", rules, acls, changes);
-  return true;
-}
-
-bool printRules(Acls const& acls, Progress& progress) {
-  Peer peer(MirrorOptions{});
-  attach(acls, peer, progress);
+bool printRules(Tree const& tree) {
+  Peer peer(tree, MirrorTask::printRules);
+  Peer::drain({&peer});
   peer.finish();
   peer.result();
   return true;
@@ -156,22 +134,15 @@ bool printRules(Acls const& acls, Progress& progress) {
 
 bool runSource(SourceOptions const& options) {
   Progress progress;
-  Acls const acls = loadAll(options.files);
-  progress.done(std::to_string(ruleCount(acls)) + " rules loaded");
+  Tree const tree = loadTree(options.files);
+  progress.done(rulesOf(tree) + " loaded");
   if (options.printRules) {
-    return printRules(acls, progress);
+    return printRules(tree);
   }
-  TemporaryFolder const folder;
-  std::string const sourceDump = folder.path() / "source";
-  std::string const mirrorDump = folder.path() / "mirror";
-  Peer peer({-1, mirrorDump, options.plant});
-  attach(acls, peer, progress);
-  change(acls, peer, progress);
-  peer.finish();
-  writeDump(acls, openFile(sourceDump, "wb").get());
-  std::string const counts = peer.result();
-  progress.done("both dumps written");
-  return compare(sourceDump, mirrorDump, counts);
+  Mirrors mirrors(tree, options.plant);
+  mirrors.fill(progress);
+  mirrors.change(progress);
+  return mirrors.compare(progress);
 }
 
 }  // namespace Demo
