@@ -23,7 +23,6 @@ Ptr<Kro::Entity> sample(String8 const& typeName) {
   chip->aclKeyToAclId()->keyToIdIs({Acl::ip, "edge"}, acl->aclId());
   for (Ptr<Kro::Entity> root : {Ptr<Kro::Entity>(coll), Ptr<Kro::Entity>(chip), Ptr<Kro::Entity>(acl)}) {
     if (root->fwkType()->fullName() == typeName) {
-      root->parentIs(nullptr);
       return root;
     }
   }

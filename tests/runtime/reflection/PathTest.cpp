@@ -1,0 +1,133 @@
+// Entities found by their path, text that refers to them, and the example that prints a tree.
+#include <cstdio>
+#include <filesystem>
+
+#include "runtime/reflection/EntityReflection.h"
+#include "tests/Reading.h"
+#include "tests/runtime/reflection/Reflected.h"
+
+namespace {
+
+using namespace VornTest;
+
+constexpr char const* oddName = "a/b[1]:'x'\\\n";
+constexpr char const* oddPath = "a\\x2fb\\x5b1\\x5d\\x3a\\x27x\\x27\\x5c\\x0a";
+
+Ptr<Vorn::RootConfigColl> tree(char const* name) {
+  auto coll = Vorn::rootConfigCollFactory(name);
+  auto const config = coll->chipRootConfigIs(5, 1);
+  config->initialize();
+  config->vornAclColl()->aclIs({Vorn::ipv4PAcl, 5, Acl::in}, Acl::ip, "edge");
+  coll->chipRootConfigLastFailedIs(config);
+  return coll;
+}
+
+TEST(PathTest, leadsToTheEntityWhosePathItIs) {
+  for (char const* name : {"all", "", oddName}) {
+    auto const root = tree(name);
+    auto const config = root->chipRootConfig(5);
+    auto const acl = config->vornAclColl()->acl({Vorn::ipv4PAcl, 5, Acl::in});
+    for (auto const& entity :
+         {Ptr<Kro::Entity>(root), Ptr<Kro::Entity>(config), Ptr<Kro::Entity>(config->vornAclColl()),
+          Ptr<Kro::Entity>(config->aclKeyToAclId()), Ptr<Kro::Entity>(acl)}) {
+      auto const found = Kro::entityAtPath(root, entity->fullName());
+      EXPECT_EQ(found->voidPtrIs(entity->fwkType()), entity.get()) << entity->fullName();
+    }
+    auto const below = Kro::entityAtPath(config, acl->fullName());  // from an entity that has a parent
+    EXPECT_EQ(below->voidPtrIs(acl->fwkType()), acl.get());
+  }
+  EXPECT_EQ(tree("")->fullName(), "RootConfigColl");
+  EXPECT_EQ(tree(oddName)->fullName().view(), oddPath);
+}
+
+TEST(PathTest, saysWhichPartLeadsNowhere) {
+  auto const root = tree("all");
+  auto const at = [&](String8 const& path) { return std::string(Kro::entityAtPath(root, path)->strRep().view()); };
+  for (auto const& [path, result] : std::initializer_list<std::pair<char const*, char const*>>{
+           {"all/", "'all'"},
+           {"all/chipRootConfigLastFailed[1]/vornAclColl", "'all/chipRootConfig[5]/vornAclColl'"},
+           {"", "path : expected it to begin with all"},
+           {"al", "path al: expected it to begin with all"},
+           {"allx", "path allx: expected it to begin with all"},
+           {"all/chipRootConfig[6]",
+            "path all/chipRootConfig[6]: part chipRootConfig[6]: no member has this key, expected the printed text of "
+            "one"},
+           {"all/chipRootConfig[5", "path all/chipRootConfig[5: part chipRootConfig[5: expected \"]\""},
+           {"all/chipRootConfig[5]x",
+            "path all/chipRootConfig[5]x: part chipRootConfig[5]x: expected \"/\" behind \"]\""},
+           {"all/chipRootConfig[5]/action", "path all/chipRootConfig[5]/action: part action: expected an entity"}}) {
+    EXPECT_EQ(outcome(at, path), result);
+  }
+  for (char const* path :
+       {"all/chipRootConfig", "all//x", "all/bogus", "all/equal", "all/chipRootConfig[5]/action[1]"}) {
+    EXPECT_EQ(outcome(at, path).substr(0, 9), "path all/") << path;
+  }
+  EXPECT_NE(outcome(at, "all/bogus").find("expected one of kroNbo"), std::string::npos);
+}
+
+TEST(PathTest, referencesAreReadFromTheRootOfTheScope) {
+  auto const root = tree(oddName);
+  auto const config = root->chipRootConfig(5);
+  String8 const text = Kro::reflectionOf(config)->strRep();
+  using Config = Ptr<Vorn::RootConfig>;
+  using Colls = Ptr<Vorn::VornAclColl>;
+  EXPECT_EQ(Kro::strepToValue<Config>("null"), nullptr);
+  EXPECT_EQ(outcome([](String8 const& t) { return Kro::strepToValue<Config>(t) ? "" : ""; }, "'x'"),
+            "reference to entity x at column 0: expected null, for no root is given to read it from");
+  {
+    Kro::EntityTextScope const outer(tree("other"));
+    Kro::EntityTextScope const scope(root);
+    EXPECT_EQ(Kro::strepToValue<Config>(text), config);
+    EXPECT_EQ(typeOf("Vorn::RootConfig")->genericIf(text, true)->strRep(), text);
+    EXPECT_THROW(Kro::strepToValue<Colls>(text), Kro::ConversionException);
+    EXPECT_THROW(Kro::strepToValue<Config>(text + "x"), Kro::RangeException);
+    EXPECT_THROW(Kro::strepToValue<Config>("nullx"), Kro::RangeException);
+    EXPECT_THROW(Kro::strepToValue<Config>("'bogus'"), Kro::RangeException);
+    EXPECT_THROW(typeOf("Vorn::VornAcl")->genericIf(text, false), Kro::ConversionException);
+    EXPECT_EQ(typeOf("Vorn::VornAcl")->genericIf("null", false)->strRep(), "null");
+  }
+  EXPECT_THROW(Kro::strepToValue<Config>(text), Kro::RangeException);
+}
+
+#ifdef VORNACL_BIN_DIR
+/// What the example prints, errors included.
+std::string inspect(std::string const& arguments) {
+  std::string output;
+  std::string const command = VORNACL_BIN_DIR "/example_inspect" + arguments + " 2>&1";
+  if (auto* const pipe = popen(command.c_str(), "r")) {
+    for (int c = 0; (c = fgetc(pipe)) != EOF;) {
+      output += static_cast<char>(c);
+    }
+    pclose(pipe);
+  }
+  return output;
+}
+
+TEST(PathTest, theExamplePrintsATreeAndChangesIt) {
+  if (!std::filesystem::exists(VORNACL_BIN_DIR "/example_inspect")) {
+    GTEST_SKIP() << "the examples are not built";
+  }
+  std::string const rule(Kro::valueToStrep(Vorn::IpRuleConfig()).view());
+  std::string const aclAttributes =
+      "aclId = ipv4PAcl:5:in\n      aclType = 'ip'\n      cliName = 'edge'\n      ipRuleById[Value('Vorn::AceIndex', "
+      "** "
+      "{'ruleId': 10, 'subRuleId': 0, 'subIndex': 0})] = " +
+      rule + "\n";
+  EXPECT_EQ(inspect(""),
+            "'all/chipRootConfig[5]' is a Vorn::RootConfig\n"
+            "  rootConfigId = 5\n  chipId = 1\n  active = false\n"
+            "  vornAclColl = 'all/chipRootConfig[5]/vornAclColl'\n"
+            "    acl[ipv4PAcl:5:in] = 'all/chipRootConfig[5]/vornAclColl/acl[ipv4PAcl:5:in]'\n      " +
+                aclAttributes +
+                "  aclKeyToAclId = 'all/chipRootConfig[5]/aclKeyToAclId'\n"
+                "    keyToId[Value('Zil::AclKey', ** {'aclType': 'ip', 'aclName': 'edge'})] = ipv4PAcl:5:in\n"
+                "  action = 'vornLoad'\n  vornRootKickTime = 0\n  vornRootKick = 0\n  initialized = true\n");
+  EXPECT_EQ(inspect(" Vorn::RootConfig 5/vornAclColl").substr(0, 49),
+            "'5/vornAclColl' is a Vorn::VornAclColl\n  acl[ipv4");
+  EXPECT_NE(inspect(" Vorn::RootConfig 5 vornRootKick 77").find("\n  vornRootKick = 77\n"), std::string::npos);
+  EXPECT_EQ(inspect(" Vorn::RootConfig 5/bogus").substr(0, 26), "path 5/bogus: part bogus: ");
+  EXPECT_EQ(inspect(" Vorn::RootConfig 5 kick 1").substr(0, 48), "no such attribute: kick of Vorn::RootConfig: exp");
+}
+#endif
+
+}  // namespace
