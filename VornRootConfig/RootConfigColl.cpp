@@ -73,11 +73,11 @@ void RootConfigColl::chipRootConfigLastFailedIs(Kro::Ptr<RootConfig const> const
   ChipId const chipId = configuration->chipId();
   Kro::Ptr<RootConfig const> old;  // held beyond the dispatch: its end tells observers, too
   if (auto* const entry = chipRootConfigLastFailed_.find(chipId)) {
-    Kro::clearSweepMark(*entry);
     if (entry->referenced() == configuration) {
       return;
     }
     observers_.reserveDispatch();
+    Kro::clearSweepMark(*entry);
     old = entry->referenced();
     entry->referencedIs(configuration);
   } else {

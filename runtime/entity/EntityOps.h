@@ -48,7 +48,8 @@ void tellZeroReferences(X& entity) {
   tellObservers(entity, zeroReferencesId, [](typename X::NotifieeConst& observer) { observer.onZeroReferences(); });
 }
 
-/// A member that is set, or found again, is no longer one that a transfer has yet to repeat.
+/// A member that is changed or removed is no longer one that a transfer has yet to repeat. One that is set to what it is
+/// stays so: nobody is told of that, so the end that sends the transfer does not learn of it.
 inline void clearSweepMark(PtrInterface const& member) {
   if (member.kroMarkedForDeletion()) [[unlikely]] {
     member.kroMarkedForDeletionIs(false);
@@ -100,11 +101,11 @@ void setMember(X& entity, D const& d, typename D::Key const& key, typename D::El
   auto& map = entity.*(d.field);
   auto const place = map.locate(key);
   if (auto* const record = place.member()) {
-    clearSweepMark(*record);
     if (value == record->value()) {
       return;
     }
     entity.kroObservers().reserveDispatch();
+    clearSweepMark(*record);
     record->valueIs(value);
   } else {
     entity.kroObservers().reserveDispatch();
@@ -231,7 +232,6 @@ Ptr<typename D::Element> getOrCreate(X& entity, D const& d, typename D::Key cons
                                      P const&... parameters) {
   if (Ptr<typename D::Element> const member = (entity.*(d.field))[key]) {
     requireSameParameters(*member, parameters...);
-    clearSweepMark(*member);
     entity.kroCountMutation();
     return member;
   }
@@ -278,7 +278,6 @@ template <class X, class D>
 Ptr<typename D::Type> setChild(X& entity, D const& d, Name const& name) {
   auto& field = entity.*(d.field);
   if (field && field->name() == name) {
-    clearSweepMark(*field);
     entity.kroCountMutation();
     return field;
   }

@@ -173,6 +173,7 @@ void AdapterOf<X>::peerWroteKey(D const& d, typename D::Key const& key) {
   if (!isAnnouncer()) {
     takeKey(d, key);
     flow().template keys<D>().exempt.erase(key);
+    repeated(d, key);
   }
 }
 
@@ -327,7 +328,8 @@ void AdapterOf<X>::applyCreation(D const& d, EntityId id, In& in, Case const& cr
     if (adapter && adapter->entityId() == id) {
       creation.refuseOther(*existing);
       startApplying(in);
-      creation.create();  // finds it again, which clears the mark of a transfer
+      creation.voidOwn();
+      creation.create();  // finds it again
       return;
     }
   }
@@ -496,14 +498,29 @@ template <class X>
 template <class D>
 void AdapterOf<X>::markForSweep(D const& d) {
   auto const& exempt = flow().template keys<D>().exempt;
+  marked_ = 0;
   for (auto& record : entity().*(d.field)) {
-    record.kroMarkedForDeletionIs(exempt.empty() || exempt.count(detail::keyOf<D>(record)) == 0);
+    bool const marks = exempt.empty() || exempt.count(detail::keyOf<D>(record)) == 0;
+    record.kroMarkedForDeletionIs(marks);
+    marked_ = marks ? D::id : marked_;
+  }
+}
+
+template <class X>
+template <class D>
+void AdapterOf<X>::repeated(D const& d, typename D::Key const& key) {
+  if (marked_ != D::id) {
+    return;
+  }
+  if (auto* const record = (entity().*(d.field)).find(key)) {
+    clearSweepMark(*record);
   }
 }
 
 template <class X>
 template <class D>
 void AdapterOf<X>::clearSweepMarks(D const& d) {
+  marked_ = 0;
   for (auto& record : entity().*(d.field)) {
     clearSweepMark(record);
   }

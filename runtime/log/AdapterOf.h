@@ -196,9 +196,13 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   void sweep(D const& d);
   template <class D>
   void clearSweepMarks(D const& d);
+  /// Takes the mark of a transfer off one key.
+  template <class D>
+  void repeated(D const& d, typename D::Key const& key);
 
   Ptr<typename X::Notifiee> registration_;
   EntityId pendingChildId_;  ///< of the creation that is being applied, null once it was given to a child
+  AttributeId marked_ = 0;   ///< attribute with entries that carry the mark of a transfer
   std::size_t listEnd_ = 0;  ///< where a payload that came through an attribute list ends, 0 for any other
 };
 

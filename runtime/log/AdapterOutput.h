@@ -85,9 +85,7 @@ void AdapterOf<X>::wroteKey(D const& d, typename D::Key const& key) {
     return;
   }
   flow().template keys<D>().exempt.insert(key);
-  if (auto* const record = (entity().*(d.field)).find(key)) {
-    clearSweepMark(*record);  // told without a change, in the middle of a transfer
-  }
+  repeated(d, key);  // told without a change, in the middle of a transfer
 }
 
 template <class X>
