@@ -287,7 +287,12 @@ void AdapterOf<X>::deserializeReference(D const& d, bool removal, In& in, bool g
   Ptr<typename D::Element> const target = in.nextEntity<typename D::Element>();
   startApplying(in);
   if (!target) {
-    ++streamDemuxer()->stats().nullReferences;  // what it refers to has gone from here
+    ++streamDemuxer()->stats().nullReferences;  // what it refers to has gone from here, and with it the key
+    if (isAnnouncer() && !given) {
+      for (auto const& entry : entity().*(d.field)) {
+        markKey(d, detail::keyOf<D>(entry), false);
+      }
+    }
     return;
   }
   typename D::Key const key = D::Record::KroHashLink::keyOfReferenced(*target);
@@ -364,6 +369,15 @@ void AdapterOf<X>::applyCreation(D const& d, EntityId id, In& in, Case const& cr
 
 template <class X>
 template <class D>
+void AdapterOf<X>::removeForPeer(D const& d, typename D::Key const& key) {
+  Ptr<typename D::Element> const removed = (entity().*(d.del))(key);
+  if (removed && isRegistered()) {
+    streamDemuxer()->removedByPeer(*removed);
+  }
+}
+
+template <class X>
+template <class D>
 void AdapterOf<X>::deserializeMember(D const& d, bool removal, In& in, bool given) {
   using M = typename D::Element;
   using Key = typename D::Key;
@@ -376,7 +390,7 @@ void AdapterOf<X>::deserializeMember(D const& d, bool removal, In& in, bool give
       ++streamDemuxer()->stats().droppedChanges;
     } else {
       peerWroteKey(d, key);
-      (entity().*(d.del))(key);
+      removeForPeer(d, key);
     }
     return;
   }
@@ -408,7 +422,7 @@ void AdapterOf<X>::deserializeMember(D const& d, bool removal, In& in, bool give
     void create() const {
       std::apply([&](auto const&... all_) { (self.entity().*(d.create))(all_...); }, all);
     }
-    void remove() const { (self.entity().*(d.del))(key); }
+    void remove() const { self.removeForPeer(d, key); }
   };
   applyCreation(d, id, in, Case{*this, d, parameters, key});
 }

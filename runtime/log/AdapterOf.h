@@ -71,6 +71,7 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   bool knowsAttribute(AttributeId id) const override;
   void sweepMarksDel(AttributeId id) override;
   void targetAnnounced(Entity const& target) override;
+  void targetRemoved(Entity const& target) override;
   unsigned audit() const override;
 
  protected:
@@ -83,6 +84,9 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
     registration->isRegisteredNotifieeIs(true);
     registration->notifierIs(Ptr<PtrInterface const>(share(&rawEntity())));
     registration->isWeakReferenceIs(true);
+    if constexpr (PositionsOfKind<X, AttributeKind::references>::size() != 0) {
+      streamDemuxer()->referenceHolderIs(*this);
+    }
   }
   void registrationDel() override {
     if (Ptr<typename X::Notifiee> const registration = std::move(registration_)) {
@@ -156,6 +160,8 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   bool walkDirtyKeys(D const& d);
   template <class D>
   bool walkWhole(D const& d);
+  template <class F>
+  void forEachReferenceTo(Entity const& target, F const& f);
   template <class D>
   bool flowOutAttribute(D const& d, AttributeId from, AttributeId& resumeAt);
 
@@ -185,6 +191,8 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   bool isChildOvertaken(D const& d);
   template <class D>
   void peerWroteKey(D const& d, typename D::Key const& key);
+  template <class D>
+  void removeForPeer(D const& d, typename D::Key const& key);
   template <class D>
   void confirmKey(D const& d, typename D::Key const& key);
   AttributeId resolveList(AttributeId id, In& in);

@@ -252,24 +252,15 @@ void AdapterOf<X>::serializeReference(D const& d, typename D::Key const& key,
       break;
   }
   takeKey(d, key);
-  auto& parked = flow().template keys<D>().parked;
   try {
     Ptr<KroNboAttrLogSa> const known = target ? childAdapter(d, *target) : nullptr;
     if (known && (known->is(announcedBit) || !known->isAnnouncer())) {
-      parked.erase(key);
       entity().kroCountRead();
       write(headerOf(D::id, true), known->entityId());
-    } else {
-      // The peer has no such entity yet: the reference follows when it is announced.
-      if (target) {
-        parked.insert_or_assign(key, target.get());
-        streamDemuxer()->parkedHolderIs(*this);
-      } else {
-        parked.erase(key);
-      }
-      if (flow().template bit<D>()) {  // a transfer leaves it out, which sweeps what the peer has
-        write(headerOf(-D::id, true), key);
-      }
+    } else if (flow().template bit<D>()) {
+      // Nothing, or an entity that the peer does not have yet: when that is announced, the reference follows. A
+      // transfer leaves it out, which sweeps what the peer has.
+      write(headerOf(-D::id, true), key);
     }
     wroteKey(d, key);
   } catch (std::bad_alloc const&) {
@@ -278,22 +269,39 @@ void AdapterOf<X>::serializeReference(D const& d, typename D::Key const& key,
   }
 }
 
+/// Calls `f(descriptor, key)` for each entry that refers to `target`.
 template <class X>
-void AdapterOf<X>::targetAnnounced(Entity const& target) {
+template <class F>
+void AdapterOf<X>::forEachReferenceTo(Entity const& target, F const& f) {
   forEachEntityAttribute<X>([&](auto const& d) {
     using D = std::remove_cvref_t<decltype(d)>;
     if constexpr (D::kind == AttributeKind::references) {
-      auto& parked = flow().template keys<D>().parked;
-      for (auto at = parked.begin(); at != parked.end();) {
-        if (at->second == &target) {
-          markKey(d, at->first, false);
-          at = parked.erase(at);
-        } else {
-          ++at;
+      if (auto const* const typed = dynamic_cast<typename D::Element const*>(&target)) {
+        for (auto const& entry : entity().*(d.field)) {
+          if (entry.referenced().get() == typed) {
+            f(d, detail::keyOf<D>(entry));
+          }
         }
       }
     }
   });
+}
+
+template <class X>
+void AdapterOf<X>::targetAnnounced(Entity const& target) {
+  forEachReferenceTo(target, [&](auto const& d, auto const& key) {
+    using D = std::remove_cvref_t<decltype(d)>;
+    if (flow().template bit<D>() || flow().template keys<D>().bookmark) {  // else a transfer is still to come
+      markKey(d, key, false);
+    }
+  });
+}
+
+template <class X>
+void AdapterOf<X>::targetRemoved(Entity const& target) {
+  if (isAnnouncer()) {
+    forEachReferenceTo(target, [&](auto const& d, auto const& key) { markKey(d, key, false); });
+  }
 }
 
 // --- announcing children ---

@@ -57,7 +57,7 @@ Ptr<Demuxer::Sa> Demuxer::reactorDel(EntityId id) {
 Ptr<Demuxer::Sa> Demuxer::unregister(Sa& adapter) {
   leavePlaceToParent(adapter);
   unqueue(adapter);
-  std::erase(parkedHolders_, &adapter);
+  std::erase(referenceHolders_, &adapter);
   flowInDel(adapter.entityId());
   if (lastFound_ == &adapter) {
     lastFound_ = nullptr;
@@ -285,17 +285,17 @@ void Demuxer::flowInDel(EntityId id) {
   }
 }
 
-// --- references whose target is not announced yet ---
+// --- references ---
 
-void Demuxer::parkedHolderIs(Sa& holder) {
-  if (std::find(parkedHolders_.begin(), parkedHolders_.end(), &holder) == parkedHolders_.end()) {
-    parkedHolders_.push_back(&holder);
+void Demuxer::announced(Entity const& entity) {
+  for (Sa* const holder : referenceHolders_) {
+    holder->targetAnnounced(entity);
   }
 }
 
-void Demuxer::announced(Entity const& entity) {
-  for (Sa* const holder : parkedHolders_) {
-    holder->targetAnnounced(entity);
+void Demuxer::removedByPeer(Entity const& entity) {
+  for (Sa* const holder : referenceHolders_) {
+    holder->targetRemoved(entity);
   }
 }
 

@@ -121,11 +121,14 @@ class VORNACL_API Demuxer final : public EntityResolver {
   FlowIn& flowInIs(EntityId id);
   void flowInDel(EntityId id);
 
-  // --- references whose target is not announced yet ---
+  // --- references ---
 
-  void parkedHolderIs(Sa& holder);
-  /// An entity was announced: holders that wait for it mark the reference again.
+  /// An adapter of an entity that holds references.
+  void referenceHolderIs(Sa& holder) { referenceHolders_.push_back(&holder); }
+  /// An entity was announced: references to it that could not be written are marked.
   void announced(Entity const& entity);
+  /// The peer removed an entity: it may have ignored references to it that crossed the removal, so they are marked.
+  void removedByPeer(Entity const& entity);
 
   void unknownEnumsInc(unsigned n) { stats_.unknownEnumerators += n; }
   void dirtyMark(bool isNew);
@@ -162,7 +165,7 @@ class VORNACL_API Demuxer final : public EntityResolver {
   std::unordered_map<EntityId, Ptr<Sa>> reactors_;
   mutable Sa* lastFound_ = nullptr;
   std::unordered_map<EntityId, FlowIn> flowIns_;
-  std::vector<Sa*> parkedHolders_;
+  std::vector<Sa*> referenceHolders_;
   std::uint64_t lastOwn_;
   std::uint64_t lastOfPeer_ = 0;
   std::uint64_t clock_ = 0;  ///< orders marks

@@ -6,7 +6,6 @@
 #pragma once
 
 #include <list>
-#include <map>
 #include <optional>
 #include <set>
 #include <tuple>
@@ -49,8 +48,6 @@ class KeyedFlowOut {
   std::set<Key> exempt;
   /// Removals that this end wrote, with the number of the message, until the peer has applied them.
   std::list<std::pair<Key, std::uint64_t>> removals;
-  /// References that wait for their target to be announced.
-  std::map<Key, Entity const*> parked;
 };
 
 /// The state of one single child: the number of this end's last message about it.

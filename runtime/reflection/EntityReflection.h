@@ -161,10 +161,11 @@ Ptr<GenericIf> reflectEntity(Ptr<X> const& entity, bool isConst) {
 template <class X>
 class ReflectionAdapter;
 
-/// Reflection of entity type `X`; the type's own `GenericIf_` adds the observer whose handlers have names. The object
-/// holds its entity. Switching its notification or its registration off and on silences the observer.
+/// Reflection of entity type `X`; the type's own `GenericIf_` adds the observer whose handlers have names. Instantiated
+/// in the .cpp file of the type's source. The object holds its entity. Switching its notification or its registration
+/// off and on silences the observer.
 template <class X>
-class EntityGenericIfOf : public GenericIfEntity {
+class VORNACL_API EntityGenericIfOf : public GenericIfEntity {
  public:
   ~EntityGenericIfOf() override;
 
@@ -273,7 +274,7 @@ class ReflectionAdapter : public X::Notifiee {
 
 /// The type object of entity type `X`, with reflection.
 template <class X>
-class ReflectedEntityType : public EntityTypeOf<X> {
+class VORNACL_API ReflectedEntityType : public EntityTypeOf<X> {
  public:
   using EntityTypeOf<X>::genericIf;
 
@@ -321,5 +322,3 @@ void placeEntityType() {
 }
 
 }  // namespace Kro
-
-#include "runtime/reflection/EntityReflectionOps.h"

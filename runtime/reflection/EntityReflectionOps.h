@@ -1,4 +1,4 @@
-// The operations of `EntityGenericIfOf`. Included by that header.
+// The operations of `EntityGenericIfOf`. Included by the .cpp files of the types' sources, which instantiate them.
 #pragma once
 
 #include <span>

@@ -18,8 +18,8 @@ VORNACL_API KroType*& typeSlot() {
 }
 
 /// The type object in the slot of `T`. An empty slot is filled first: the registration function of the source that
-/// declares `T` runs, and if that left it empty, a `Type` is made of `arguments` and kept for ever. A type of no source,
-/// one of the platform or of the runtime, is placed in the tree of types at once.
+/// declares `T` runs, and if that left it empty, a `Type` is made of `arguments` and kept for ever. A type of no
+/// source, one of the platform or of the runtime, is placed in the tree of types at once.
 template <class T, class Type, class... A>
 Ptr<KroType const> slottedType(void (*registration)(), A const&... arguments) {
   KroType*& slot = typeSlot<T>();
