@@ -3,7 +3,7 @@
 #include "GenRange/GenRangeRegistration.h"
 
 template <>
-Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::GenRangeType>() {
+VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::GenRangeType>() {
   return detail::enumerationTypeOf<Vorn::GenRangeType>(&Vorn::kroInitGenRange);
 }
 

@@ -1,8 +1,36 @@
 #include "VornAclTable/VornAclReflection.h"
 
 #include "VornAclTable/VornAclTableRegistration.h"
+#include "runtime/reflection/EntityReflectionOps.h"
 
 namespace Vorn {
+
+// --- the observers behind the reflection objects ---
+
+class VornAcl::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<VornAcl> {
+ public:
+  using ReflectionAdapter::ReflectionAdapter;
+  using VornAcl::Notifiee::onIpRuleById;
+  using VornAcl::Notifiee::onMacRuleById;
+  void onIpRuleById(AceIndex const& key) override { told(Attributes::ipRuleById, key); }
+  void onMacRuleById(AceIndex const& key) override { told(Attributes::macRuleById, key); }
+};
+
+class VornAclColl::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<VornAclColl> {
+ public:
+  using ReflectionAdapter::ReflectionAdapter;
+  using VornAclColl::Notifiee::onAcl;
+  void onAcl(AclId const& key) override { told(Attributes::acl, key); }
+};
+
+class AclKeyToAclIdMapping::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<AclKeyToAclIdMapping> {
+ public:
+  using AclKeyToAclIdMapping::Notifiee::onKeyToId;
+  using ReflectionAdapter::ReflectionAdapter;
+  void onKeyToId(Zil::AclKey const& key) override { told(Attributes::keyToId, key); }
+};
+
+// --- reflection objects and type objects ---
 
 VornAcl::GenericIf_::GenericIf_(Kro::Ptr<VornAcl> const& entity, bool isConst) : EntityGenericIfOf(entity, isConst) {
   adapterIs(Kro::adopt(new GenericIf_Adapter_(this)));
@@ -25,3 +53,7 @@ Kro::Ptr<Kro::KroType const> AclKeyToAclIdMapping::_fwkType() {
 }
 
 }  // namespace Vorn
+
+template class Kro::EntityGenericIfOf<Vorn::VornAcl>;
+template class Kro::EntityGenericIfOf<Vorn::VornAclColl>;
+template class Kro::EntityGenericIfOf<Vorn::AclKeyToAclIdMapping>;

@@ -6,6 +6,14 @@
 #include "VornAclTable/VornAclLog.h"
 #include "runtime/reflection/EntityReflection.h"
 
+namespace Kro {
+
+extern template class EntityGenericIfOf<Vorn::VornAcl>;
+extern template class EntityGenericIfOf<Vorn::VornAclColl>;
+extern template class EntityGenericIfOf<Vorn::AclKeyToAclIdMapping>;
+
+}  // namespace Kro
+
 namespace Vorn {
 
 /// Reflects a `VornAcl`. Derive from it and override `onAttribute` to hear changes.
@@ -16,15 +24,6 @@ class VORNACL_API VornAcl::GenericIf_ : public Kro::EntityGenericIfOf<VornAcl> {
   static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<VornAcl> const& entity, bool isConst) {
     return Kro::adopt(new GenericIf_(entity, isConst));
   }
-};
-
-class VORNACL_API VornAcl::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<VornAcl> {
- public:
-  using ReflectionAdapter::ReflectionAdapter;
-  using VornAcl::Notifiee::onIpRuleById;
-  using VornAcl::Notifiee::onMacRuleById;
-  void onIpRuleById(AceIndex const& key) override { told(Attributes::ipRuleById, key); }
-  void onMacRuleById(AceIndex const& key) override { told(Attributes::macRuleById, key); }
 };
 
 /// The type object.
@@ -40,13 +39,6 @@ class VORNACL_API VornAclColl::GenericIf_ : public Kro::EntityGenericIfOf<VornAc
   }
 };
 
-class VORNACL_API VornAclColl::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<VornAclColl> {
- public:
-  using ReflectionAdapter::ReflectionAdapter;
-  using VornAclColl::Notifiee::onAcl;
-  void onAcl(AclId const& key) override { told(Attributes::acl, key); }
-};
-
 /// The type object.
 class VORNACL_API VornAclColl::_Type : public Kro::ReflectedEntityType<VornAclColl> {};
 
@@ -58,14 +50,6 @@ class VORNACL_API AclKeyToAclIdMapping::GenericIf_ : public Kro::EntityGenericIf
   static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<AclKeyToAclIdMapping> const& entity, bool isConst) {
     return Kro::adopt(new GenericIf_(entity, isConst));
   }
-};
-
-class VORNACL_API AclKeyToAclIdMapping::GenericIf_::GenericIf_Adapter_ final
-    : public Kro::ReflectionAdapter<AclKeyToAclIdMapping> {
- public:
-  using AclKeyToAclIdMapping::Notifiee::onKeyToId;
-  using ReflectionAdapter::ReflectionAdapter;
-  void onKeyToId(Zil::AclKey const& key) override { told(Attributes::keyToId, key); }
 };
 
 /// The type object.

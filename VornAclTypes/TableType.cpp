@@ -3,7 +3,7 @@
 #include "VornAclTypes/VornAclTypesRegistration.h"
 
 template <>
-Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::TableType>() {
+VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::TableType>() {
   return detail::enumerationTypeOf<Vorn::TableType>(&Vorn::kroInitVornAclTypes);
 }
 

@@ -3,7 +3,7 @@
 #include "VornRootConfig/VornRootConfigRegistration.h"
 
 template <>
-Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::RootAction>() {
+VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::RootAction>() {
   return detail::enumerationTypeOf<Vorn::RootAction>(&Vorn::kroInitVornRootConfig);
 }
 

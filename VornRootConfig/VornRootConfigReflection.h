@@ -5,6 +5,13 @@
 #include "VornRootConfig/RootConfigColl.h"
 #include "VornRootConfig/VornRootConfigLog.h"
 
+namespace Kro {
+
+extern template class EntityGenericIfOf<Vorn::RootConfig>;
+extern template class EntityGenericIfOf<Vorn::RootConfigColl>;
+
+}  // namespace Kro
+
 namespace Vorn {
 
 /// Reflection of `RootAction`.
@@ -22,18 +29,6 @@ class VORNACL_API RootConfig::GenericIf_ : public Kro::EntityGenericIfOf<RootCon
   static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<RootConfig> const& entity, bool isConst) {
     return Kro::adopt(new GenericIf_(entity, isConst));
   }
-};
-
-class VORNACL_API RootConfig::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<RootConfig> {
- public:
-  using ReflectionAdapter::ReflectionAdapter;
-  void onActive() override { told(Attributes::active); }
-  void onVornAclColl() override { told(Attributes::vornAclColl); }
-  void onAclKeyToAclId() override { told(Attributes::aclKeyToAclId); }
-  void onAction() override { told(Attributes::action); }
-  void onVornRootKickTime() override { told(Attributes::vornRootKickTime); }
-  void onVornRootKick() override { told(Attributes::vornRootKick); }
-  void onInitialized() override { told(Attributes::initialized); }
 };
 
 /// The type object.
@@ -54,15 +49,6 @@ class VORNACL_API RootConfigColl::GenericIf_ : public Kro::EntityGenericIfOf<Roo
   static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<RootConfigColl> const& entity, bool isConst) {
     return Kro::adopt(new GenericIf_(entity, isConst));
   }
-};
-
-class VORNACL_API RootConfigColl::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<RootConfigColl> {
- public:
-  using ReflectionAdapter::ReflectionAdapter;
-  using RootConfigColl::Notifiee::onChipRootConfig;
-  using RootConfigColl::Notifiee::onChipRootConfigLastFailed;
-  void onChipRootConfig(std::uint32_t key) override { told(Attributes::chipRootConfig, key); }
-  void onChipRootConfigLastFailed(ChipId key) override { told(Attributes::chipRootConfigLastFailed, key); }
 };
 
 /// The type object.

@@ -3,7 +3,7 @@
 #include "platform/TypeObject.h"
 
 template <>
-Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::AclDirection>() {
+VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::AclDirection>() {
   return detail::enumerationTypeOf<Acl::AclDirection>(nullptr);
 }
 

@@ -3,7 +3,7 @@
 #include "platform/TypeObject.h"
 
 template <>
-Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::AclType>() {
+VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::AclType>() {
   return detail::enumerationTypeOf<Acl::AclType>(nullptr);
 }
 

@@ -3,7 +3,7 @@
 #include "platform/TypeObject.h"
 
 template <>
-Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::Action>() {
+VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::Action>() {
   return detail::enumerationTypeOf<Acl::Action>(nullptr);
 }
 

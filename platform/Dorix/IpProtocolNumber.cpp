@@ -3,7 +3,7 @@
 #include "platform/TypeObject.h"
 
 template <>
-Kro::Ptr<Kro::KroType const> Kro::enumerationType<Dorix::IpProtocolNumber>() {
+VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Dorix::IpProtocolNumber>() {
   return detail::enumerationTypeOf<Dorix::IpProtocolNumber>(nullptr);
 }
 

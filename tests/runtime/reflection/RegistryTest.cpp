@@ -314,6 +314,13 @@ TEST(RegistryTest, classesHaveTheirNames) {
   EXPECT_EQ(three->value(), Vorn::AceIndex());
 }
 
+/// Whether the compiler puts something behind every object, to find accesses beyond it.
+#if defined(__has_feature)
+constexpr bool isPadded = __has_feature(address_sanitizer);
+#else
+constexpr bool isPadded = false;
+#endif
+
 /// What a command prints.
 std::string outputOf(std::string const& command) {
   std::string output;
@@ -344,6 +351,9 @@ TEST(RegistryTest, theLibrarysFileNamesItsTypes) {
             "Vorn::ChipRuleListId\nVorn::ChipId\nVorn::AclKeyToAclIdMapping\nVorn::VornAclColl\nVorn::VornAcl\n"
             "Vorn::MacRuleConfig\nVorn::MacFilter\nVorn::IpRuleConfig\nVorn::IpFilter\nVorn::AceIndex\n"
             "Vorn::IpFilter::TcpFlag\nVorn::RootConfigColl\nVorn::RootConfig\nVorn::RootAction\n");
+  if (isPadded) {
+    return;
+  }
   std::string const header = outputOf("readelf -SW" + file + " | grep -F .kro.type");
   EXPECT_NE(header.find(" 000151 "), std::string::npos) << "not the names alone: " << header;
 }
