@@ -508,13 +508,35 @@ void AdapterOf<X>::syncModeIs(SyncMode mode) {
 
 // --- whole-collection transfers ---
 
+/// Drops what the peer has applied.
+template <class X>
+template <class Exempt>
+void AdapterOf<X>::forgetKnown(Exempt& exempt) {
+  std::erase_if(exempt, [known = streamDemuxer()->peerApplied()](auto const& word) { return word.second <= known; });
+}
+
 template <class X>
 template <class D>
 void AdapterOf<X>::markForSweep(D const& d) {
-  auto const& exempt = flow().template keys<D>().exempt;
+  auto& keys = flow().template keys<D>();
+  forgetKnown(keys.exempt);
+  // The transfer may have begun before the peer knew of what this end wrote or is about to write, and it does not
+  // repeat the members that this end announced.
+  auto const isOwnWord = [&](auto& record) {
+    if constexpr (D::kind == AttributeKind::members) {
+      if (Ptr<KroNboAttrLogSa> const adapter = childAdapter(d, record); adapter && adapter->isAnnouncer()) {
+        return true;
+      }
+    }
+    if (keys.exempt.empty() && keys.dirty.size() == 0) {
+      return false;
+    }
+    auto const key = detail::keyOf<D>(record);
+    return keys.exempt.count(key) != 0 || keys.dirty.find(key) != nullptr;
+  };
   marked_ = 0;
   for (auto& record : entity().*(d.field)) {
-    bool const marks = exempt.empty() || exempt.count(detail::keyOf<D>(record)) == 0;
+    bool const marks = !isOwnWord(record);
     record.kroMarkedForDeletionIs(marks);
     marked_ = marks ? D::id : marked_;
   }

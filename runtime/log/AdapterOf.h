@@ -198,6 +198,8 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   AttributeId resolveList(AttributeId id, In& in);
   void deserializeSyncMode(In& in);
 
+  template <class Exempt>
+  void forgetKnown(Exempt& exempt);
   template <class D>
   void markForSweep(D const& d);
   template <class D>

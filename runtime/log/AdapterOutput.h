@@ -84,7 +84,10 @@ void AdapterOf<X>::wroteKey(D const& d, typename D::Key const& key) {
   if (isAnnouncer()) {
     return;
   }
-  flow().template keys<D>().exempt.insert(key);
+  auto& exempt = flow().template keys<D>().exempt;
+  if (exempt.insert_or_assign(key, streamDemuxer()->sent()).second && exempt.size() % 1024 == 0) {
+    forgetKnown(exempt);
+  }
   repeated(d, key);  // told without a change, in the middle of a transfer
 }
 
@@ -257,9 +260,8 @@ void AdapterOf<X>::serializeReference(D const& d, typename D::Key const& key,
     if (known && (known->is(announcedBit) || !known->isAnnouncer())) {
       entity().kroCountRead();
       write(headerOf(D::id, true), known->entityId());
-    } else if (flow().template bit<D>()) {
-      // Nothing, or an entity that the peer does not have yet: when that is announced, the reference follows. A
-      // transfer leaves it out, which sweeps what the peer has.
+    } else {
+      // Nothing, or an entity that the peer does not have yet: when that is announced, the reference follows.
       write(headerOf(-D::id, true), key);
     }
     wroteKey(d, key);

@@ -6,8 +6,8 @@
 #pragma once
 
 #include <list>
+#include <map>
 #include <optional>
-#include <set>
 #include <tuple>
 #include <utility>
 
@@ -43,9 +43,9 @@ class KeyedFlowOut {
 
   DirtyMap dirty;
   std::optional<Key> bookmark;  ///< where an interrupted transfer goes on
-  /// Keys that this end wrote into an entity of the peer's and that the peer has not written since: no transfer marks
-  /// them.
-  std::set<Key> exempt;
+  /// Keys that this end wrote into an entity of the peer's and that the peer has not written since, with the number of
+  /// the message: no transfer marks them that the peer may have begun without knowing of it.
+  std::map<Key, std::uint64_t> exempt;
   /// Removals that this end wrote, with the number of the message, until the peer has applied them.
   std::list<std::pair<Key, std::uint64_t>> removals;
 };
