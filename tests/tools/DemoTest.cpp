@@ -185,10 +185,13 @@ char stateOf(pid_t process) {
 
 template <class Condition>
 bool soon(Condition condition) {
-  for (int left = 2000; left > 0 && !condition(); --left) {
+  for (int left = 2000; left > 0; --left) {
+    if (condition()) {
+      return true;
+    }
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
-  return condition();
+  return false;
 }
 
 /// Whatever dies, the others end, and no file stays: also while one of them stands still.
@@ -207,14 +210,20 @@ TEST(Demo, leavesNothingBehindWhoeverDies) {
       execl(program.c_str(), program.c_str(), sample.c_str(), nullptr);
       _exit(127);
     }
+    // The second mirror is killed and started again soon after the first is stopped: wait until that is over.
     std::vector<pid_t> mirrors;
     std::vector<pid_t> stopped;
+    auto since = std::chrono::steady_clock::now();
     bool const isHalf = soon([&] {
-      mirrors = childrenOf(source);
+      auto const before = std::exchange(mirrors, childrenOf(source));
       stopped.clear();
       std::copy_if(mirrors.begin(), mirrors.end(), std::back_inserter(stopped),
                    [](pid_t p) { return stateOf(p) == 'T'; });
-      return mirrors.size() == 2 && stopped.size() == 1;
+      auto const now = std::chrono::steady_clock::now();
+      if (mirrors != before || mirrors.size() != 2 || stopped.size() != 1) {
+        since = now;
+      }
+      return now - since > std::chrono::milliseconds(300);
     });
     if (!isHalf) {
       kill(source, SIGKILL);
