@@ -48,8 +48,8 @@ void tellZeroReferences(X& entity) {
   tellObservers(entity, zeroReferencesId, [](typename X::NotifieeConst& observer) { observer.onZeroReferences(); });
 }
 
-/// A member that is changed or removed is no longer one that a transfer has yet to repeat. One that is set to what it is
-/// stays so: nobody is told of that, so the end that sends the transfer does not learn of it.
+/// A member that is changed or removed is no longer one that a transfer has yet to repeat. One that is set to what it
+/// is stays so: nobody is told of that, so the end that sends the transfer does not learn of it.
 inline void clearSweepMark(PtrInterface const& member) {
   if (member.kroMarkedForDeletion()) [[unlikely]] {
     member.kroMarkedForDeletionIs(false);
