@@ -296,7 +296,7 @@ class Changes {
 
   void here(Ptr<Entity> const& at, std::vector<Ptr<Entity>> const& others = {}) {
     ++now_;
-    others_ = others;
+    auto const before = std::exchange(others_, others);  // a tree that ends here tells its observers, who come back
     try {
       withType(*at, [&](auto& entity) { change(entity); });
     } catch (Kro::NameInUseException const&) {
