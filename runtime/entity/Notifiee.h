@@ -65,8 +65,8 @@ class VORNACL_API PtrInterface::NotifieeConst : public PtrInterface {
   virtual ActivityConfig const* kroFwkActivity() const;
   virtual ActivitySm* actsm();
 
-  /// Whether a change of a collection is told later: the runtime then has counted it in `pendingCount`, which stays at 255
-  /// once it is there, and scheduled the observer's activity.
+  /// Whether a change of a collection is told later: the runtime then has counted it in `pendingCount`, which stays at
+  /// 255 once it is there, and scheduled the observer's activity.
   bool kroOnAttribute(AttributeId id, unsigned char* pendingCount);
   /// Lets others run between two deliveries.
   void redispatch(ActivitySm* machine);

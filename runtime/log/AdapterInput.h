@@ -200,7 +200,8 @@ bool AdapterOf<X>::isOvertaken(D const& d, typename D::Key const& key) {
   }
   auto const isKey = [&](auto const& removal) { return removal.first == key; };
   auto* const mark = keys.dirty.find(key);
-  if (std::any_of(keys.removals.begin(), keys.removals.end(), isKey) || (mark != nullptr && mark->value().removalOwed)) {
+  if (std::any_of(keys.removals.begin(), keys.removals.end(), isKey) ||
+      (mark != nullptr && mark->value().removalOwed)) {
     return true;
   }
   auto* const member = (entity().*(d.field)).find(key);

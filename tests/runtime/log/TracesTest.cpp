@@ -335,8 +335,10 @@ TEST_F(References, OutliveTheirTargetOnTheConnectionOnly) {
   cut();
   connect({}, true);
   move();
-  EXPECT_EQ(said(),
-            "(1,136,T,0,0) \"Vorn::RootConfigColl\" \"rcc\" 3; B(3,258); E(3,258); B(3,259); E(3,259); complete");
+  EXPECT_EQ(
+      said(),
+      "(1,136,T,0,0) \"Vorn::RootConfigColl\" \"rcc\" 3; B(3,258); E(3,258); B(3,259); (3,-259,T,0,0) 1; E(3,259); "
+      "complete");
   EXPECT_EQ(mirror->chipRootConfigLastFailedSize(), 0U);
   root->chipRootConfigLastFailedDel(1);
   move();
