@@ -137,8 +137,8 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   virtual void sweepMarksDel(AttributeId id) = 0;
   /// An entity was announced that a reference held here may wait for.
   virtual void targetAnnounced(Entity const& target);
-  /// The peer removed an entity that a reference held here may be to.
-  virtual void targetRemoved(Entity const& target);
+  /// An entity goes off the stream that references may be to.
+  virtual void targetRetired(EntityId id, Entity const& target);
   /// Consistency errors of the adapter itself.
   virtual unsigned audit() const;
 

@@ -285,14 +285,13 @@ void AdapterOf<X>::deserializeReference(D const& d, bool removal, In& in, bool g
     confirmKey(d, key);
     return;
   }
+  EntityId const id = in.peekEntityId();
   Ptr<typename D::Element> const target = in.nextEntity<typename D::Element>();
   startApplying(in);
   if (!target) {
-    ++streamDemuxer()->stats().nullReferences;  // what it refers to has gone from here, and with it the key
-    if (isAnnouncer() && !given) {
-      for (auto const& entry : entity().*(d.field)) {
-        markKey(d, detail::keyOf<D>(entry), false);
-      }
+    ++streamDemuxer()->stats().nullReferences;
+    if (!given) {
+      missReference(d, id);
     }
     return;
   }
@@ -304,6 +303,28 @@ void AdapterOf<X>::deserializeReference(D const& d, bool removal, In& in, bool g
   peerWroteKey(d, key);
   (entity().*(d.set))(target);
   confirmKey(d, key);
+}
+
+/// The peer refers to an entity that has gone from here. What this end holds under that key stands no more, or, where
+/// this end decides, is sent once more; all of it where the key is not known.
+template <class X>
+template <class D>
+void AdapterOf<X>::missReference(D const& d, EntityId id) {
+  auto const& gone = flow().template keys<D>().goneTargets;
+  auto const found = std::find_if(gone.begin(), gone.end(), [&](auto const& target) { return target.first == id; });
+  if (!isAnnouncer()) {
+    if (found != gone.end()) {
+      typename D::Key const key = found->second;
+      peerWroteKey(d, key);
+      (entity().*(d.del))(key);
+    }
+  } else if (found != gone.end()) {
+    markKey(d, found->second, false);
+  } else {
+    for (auto const& entry : entity().*(d.field)) {
+      markKey(d, detail::keyOf<D>(entry), false);
+    }
+  }
 }
 
 // --- members and single children ---
@@ -370,15 +391,6 @@ void AdapterOf<X>::applyCreation(D const& d, EntityId id, In& in, Case const& cr
 
 template <class X>
 template <class D>
-void AdapterOf<X>::removeForPeer(D const& d, typename D::Key const& key) {
-  Ptr<typename D::Element> const removed = (entity().*(d.del))(key);
-  if (removed && isRegistered()) {
-    streamDemuxer()->removedByPeer(*removed);
-  }
-}
-
-template <class X>
-template <class D>
 void AdapterOf<X>::deserializeMember(D const& d, bool removal, In& in, bool given) {
   using M = typename D::Element;
   using Key = typename D::Key;
@@ -391,7 +403,7 @@ void AdapterOf<X>::deserializeMember(D const& d, bool removal, In& in, bool give
       ++streamDemuxer()->stats().droppedChanges;
     } else {
       peerWroteKey(d, key);
-      removeForPeer(d, key);
+      (entity().*(d.del))(key);
     }
     return;
   }
@@ -423,7 +435,7 @@ void AdapterOf<X>::deserializeMember(D const& d, bool removal, In& in, bool give
     void create() const {
       std::apply([&](auto const&... all_) { (self.entity().*(d.create))(all_...); }, all);
     }
-    void remove() const { self.removeForPeer(d, key); }
+    void remove() const { (self.entity().*(d.del))(key); }
   };
   applyCreation(d, id, in, Case{*this, d, parameters, key});
 }

@@ -71,7 +71,7 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   bool knowsAttribute(AttributeId id) const override;
   void sweepMarksDel(AttributeId id) override;
   void targetAnnounced(Entity const& target) override;
-  void targetRemoved(Entity const& target) override;
+  void targetRetired(EntityId id, Entity const& target) override;
   unsigned audit() const override;
 
  protected:
@@ -160,8 +160,6 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   bool walkDirtyKeys(D const& d);
   template <class D>
   bool walkWhole(D const& d);
-  template <class F>
-  void forEachReferenceTo(Entity const& target, F const& f);
   template <class D>
   bool flowOutAttribute(D const& d, AttributeId from, AttributeId& resumeAt);
 
@@ -192,7 +190,7 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   template <class D>
   void peerWroteKey(D const& d, typename D::Key const& key);
   template <class D>
-  void removeForPeer(D const& d, typename D::Key const& key);
+  void missReference(D const& d, EntityId id);
   template <class D>
   void confirmKey(D const& d, typename D::Key const& key);
   AttributeId resolveList(AttributeId id, In& in);

@@ -271,18 +271,19 @@ void AdapterOf<X>::serializeReference(D const& d, typename D::Key const& key,
   }
 }
 
-/// Calls `f(descriptor, key)` for each entry that refers to `target`.
 template <class X>
-template <class F>
-void AdapterOf<X>::forEachReferenceTo(Entity const& target, F const& f) {
+void AdapterOf<X>::targetAnnounced(Entity const& target) {
   forEachEntityAttribute<X>([&](auto const& d) {
     using D = std::remove_cvref_t<decltype(d)>;
     if constexpr (D::kind == AttributeKind::references) {
-      if (auto const* const typed = dynamic_cast<typename D::Element const*>(&target)) {
-        for (auto const& entry : entity().*(d.field)) {
-          if (entry.referenced().get() == typed) {
-            f(d, detail::keyOf<D>(entry));
-          }
+      bool const isStillToCome = !flow().template bit<D>() && !flow().template keys<D>().bookmark;
+      auto const* const typed = dynamic_cast<typename D::Element const*>(&target);
+      if (typed == nullptr || isStillToCome) {
+        return;
+      }
+      for (auto const& entry : entity().*(d.field)) {
+        if (entry.referenced().get() == typed) {
+          markKey(d, detail::keyOf<D>(entry), false);
         }
       }
     }
@@ -290,20 +291,20 @@ void AdapterOf<X>::forEachReferenceTo(Entity const& target, F const& f) {
 }
 
 template <class X>
-void AdapterOf<X>::targetAnnounced(Entity const& target) {
-  forEachReferenceTo(target, [&](auto const& d, auto const& key) {
+void AdapterOf<X>::targetRetired(EntityId id, Entity const& target) {
+  constexpr std::size_t most = 1024;  // more will not cross one message
+  forEachEntityAttribute<X>([&](auto const& d) {
     using D = std::remove_cvref_t<decltype(d)>;
-    if (flow().template bit<D>() || flow().template keys<D>().bookmark) {  // else a transfer is still to come
-      markKey(d, key, false);
+    if constexpr (D::kind == AttributeKind::references) {
+      if (auto const* const typed = dynamic_cast<typename D::Element const*>(&target)) {
+        auto& gone = flow().template keys<D>().goneTargets;
+        gone.emplace_back(id, D::Record::KroHashLink::keyOfReferenced(*typed));
+        if (gone.size() > most) {
+          gone.pop_front();
+        }
+      }
     }
   });
-}
-
-template <class X>
-void AdapterOf<X>::targetRemoved(Entity const& target) {
-  if (isAnnouncer()) {
-    forEachReferenceTo(target, [&](auto const& d, auto const& key) { markKey(d, key, false); });
-  }
 }
 
 // --- announcing children ---

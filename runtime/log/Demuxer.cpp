@@ -58,6 +58,7 @@ Ptr<Demuxer::Sa> Demuxer::unregister(Sa& adapter) {
   leavePlaceToParent(adapter);
   unqueue(adapter);
   std::erase(referenceHolders_, &adapter);
+  tellReferenceHolders(adapter);
   flowInDel(adapter.entityId());
   if (lastFound_ == &adapter) {
     lastFound_ = nullptr;
@@ -293,9 +294,16 @@ void Demuxer::announced(Entity const& entity) {
   }
 }
 
-void Demuxer::removedByPeer(Entity const& entity) {
-  for (Sa* const holder : referenceHolders_) {
-    holder->targetRemoved(entity);
+void Demuxer::tellReferenceHolders(Sa const& retired) {
+  if (failed_ || retired.is(Sa::noIdBit)) {
+    return;
+  }
+  try {
+    for (Sa* const holder : referenceHolders_) {
+      holder->targetRetired(retired.entityId(), retired.rawEntity());
+    }
+  } catch (std::bad_alloc const&) {
+    failureIs("no memory for an entity that goes");
   }
 }
 

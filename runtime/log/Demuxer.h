@@ -127,8 +127,6 @@ class VORNACL_API Demuxer final : public EntityResolver {
   void referenceHolderIs(Sa& holder) { referenceHolders_.push_back(&holder); }
   /// An entity was announced: references to it that could not be written are marked.
   void announced(Entity const& entity);
-  /// The peer removed an entity: it may have ignored references to it that crossed the removal, so they are marked.
-  void removedByPeer(Entity const& entity);
 
   void unknownEnumsInc(unsigned n) { stats_.unknownEnumerators += n; }
   void dirtyMark(bool isNew);
@@ -155,6 +153,7 @@ class VORNACL_API Demuxer final : public EntityResolver {
   Sa* nextRunnable() const;
   bool isRunnable(Sa const& adapter) const;
   void countBelow(Sa& adapter, bool more);
+  void tellReferenceHolders(Sa const& retired);
   void insert(Sa& adapter, Sa* behind, std::uint64_t since);
   void leavePlaceToParent(Sa& adapter);
 

@@ -48,6 +48,8 @@ class KeyedFlowOut {
   std::map<Key, std::uint64_t> exempt;
   /// Removals that this end wrote, with the number of the message, until the peer has applied them.
   std::list<std::pair<Key, std::uint64_t>> removals;
+  /// References: the keys of the last targets that went off the stream. The peer's word about one may cross that.
+  std::list<std::pair<EntityId, Key>> goneTargets;
 };
 
 /// The state of one single child: the number of this end's last message about it.

@@ -95,7 +95,7 @@ unsigned Sa::audit() const {
 bool Sa::readOnlyRemoteOk(AttributeId) const { return false; }
 bool Sa::convertedToWritable(bool) { return false; }
 void Sa::targetAnnounced(Entity const&) {}
-void Sa::targetRemoved(Entity const&) {}
+void Sa::targetRetired(EntityId, Entity const&) {}
 
 void Sa::doThrowReadOnly(AttributeId id) const {
   throw ReadOnlyException("attribute " + entity_->attributeString(id) + " of read-only proxy " + entity_->fullName() +
