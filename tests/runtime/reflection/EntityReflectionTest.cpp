@@ -185,12 +185,18 @@ TEST_F(EntityReflectionTest, collectionsAreWalkedFromTheFirstMemberOrFromAKey) {
   auto configs = Vorn::rootConfigCollFactory("all");
   configs->chipRootConfigIs(5, 1);
   configs->chipRootConfigLastFailedIs(failed);
-  auto members = Kro::reflectionOf(configs)->attributeIteratorConst(258);
-  auto references = Kro::reflectionOf(configs)->attributeIteratorConst(259);
-  configs = nullptr;  // the iterators keep the collection
+  auto const moving = Kro::reflectionOf(configs);
+  auto members = moving->attributeIteratorConst(258);
+  auto references = moving->attributeIteratorConst(259);
+  auto const spy = observeWeakly<ConfigCollSpy>(configs, "C");
+  configs = nullptr;
+  moving->notifierIs(nullptr);  // the iterators keep the collection
   EXPECT_EQ(members.key()->strRep() + members.object()->strRep(), "5'all/chipRootConfig[5]'");
   EXPECT_EQ(references.key()->strRep() + references.object()->strRep(), "3'failed'");
   EXPECT_FALSE(++members);
+  EXPECT_EQ(journal.take(), "");
+  members = references = {};
+  EXPECT_EQ(journal.take().substr(0, 6), "C:zero");
 }
 
 TEST_F(EntityReflectionTest, changesAreHeardThroughReflection) {
