@@ -4,6 +4,8 @@
 // change is applied: it may retire this very adapter, so its registration is asked again after each mutator.
 #pragma once
 
+#include <exception>
+
 #include "runtime/log/AdapterOf.h"
 
 namespace Kro::NboAttrLog {
@@ -26,6 +28,27 @@ T nextLenient(In& in, Demuxer& demuxer) {
     return nextValue<T>(in);
   }
 }
+
+/// Holds back what user code throws while a message is applied, until all of it is applied.
+class HeldBack {
+ public:
+  template <class F>
+  void run(F const& change) {
+    try {
+      change();
+    } catch (...) {
+      first_ = first_ ? first_ : std::current_exception();
+    }
+  }
+  void release() const {
+    if (first_) {
+      std::rethrow_exception(first_);
+    }
+  }
+
+ private:
+  std::exception_ptr first_;
+};
 
 template <class M, std::size_t... I>
 auto readParameters(In& in, Demuxer& demuxer, std::index_sequence<I...>) {
@@ -239,10 +262,12 @@ void AdapterOf<X>::deserializeScalar(D const& d, In& in, bool given) {
   if (!isAnnouncer()) {
     flow().template bitIs<D>(false);
   }
-  (entity().*(d.set))(value);
+  detail::HeldBack thrown;
+  thrown.run([&] { (entity().*(d.set))(value); });
   if (isRegistered() && isAnnouncer() && peerIsBehind()) {
     markBit(d);
   }
+  thrown.release();
 }
 
 template <class X>
@@ -251,23 +276,27 @@ void AdapterOf<X>::deserializeValue(D const& d, bool removal, In& in, bool given
   auto const key = nextValue<typename D::Key>(in);
   if (removal) {
     startApplying(in);
-    if (!given) {
-      peerWroteKey(d, key);
-      (entity().*(d.del))(key);
-    }
+    takeWord(d, key, given, [&] { (entity().*(d.del))(key); });
   } else {
     auto const value = nextValue<typename D::Element>(in);
     startApplying(in);
-    if (!given) {
-      peerWroteKey(d, key);
-      (entity().*(d.set))(key, value);
-    }
+    takeWord(d, key, given, [&] { (entity().*(d.set))(key, value); });
   }
+}
+
+/// Applies the peer's word about a key of values or references.
+template <class X>
+template <class D, class Change>
+void AdapterOf<X>::takeWord(D const& d, typename D::Key const& key, bool given, Change const& change) {
   if (given) {
     handleKey(d, key);
-  } else {
-    confirmKey(d, key);
+    return;
   }
+  peerWroteKey(d, key);
+  detail::HeldBack thrown;
+  thrown.run(change);
+  confirmKey(d, key);
+  thrown.release();
 }
 
 template <class X>
@@ -276,13 +305,7 @@ void AdapterOf<X>::deserializeReference(D const& d, bool removal, In& in, bool g
   if (removal) {
     auto const key = nextValue<typename D::Key>(in);
     startApplying(in);
-    if (given) {
-      handleKey(d, key);
-      return;
-    }
-    peerWroteKey(d, key);
-    (entity().*(d.del))(key);
-    confirmKey(d, key);
+    takeWord(d, key, given, [&] { (entity().*(d.del))(key); });
     return;
   }
   EntityId const id = in.peekEntityId();
@@ -296,13 +319,7 @@ void AdapterOf<X>::deserializeReference(D const& d, bool removal, In& in, bool g
     return;
   }
   typename D::Key const key = D::Record::KroHashLink::keyOfReferenced(*target);
-  if (given) {
-    handleKey(d, key);
-    return;
-  }
-  peerWroteKey(d, key);
-  (entity().*(d.set))(target);
-  confirmKey(d, key);
+  takeWord(d, key, given, [&] { (entity().*(d.set))(target); });
 }
 
 /// The peer refers to an entity that has gone from here. What this end holds under that key stands no more, or, where
@@ -369,24 +386,32 @@ void AdapterOf<X>::applyCreation(D const& d, EntityId id, In& in, Case const& cr
   }
   creation.voidOwn();
   pendingChildId_ = id;
-  for (int round = 0; round < 2; ++round) {
-    auto* const existing = creation.find();
-    if (existing == nullptr || !creation.mustGoFirst(*existing, isBoundElsewhere(existing))) {
+  detail::HeldBack thrown;
+  constexpr int patience = 8;
+  int rounds = 0;
+  for (auto* existing = creation.find();
+       existing != nullptr && creation.mustGoFirst(*existing, isBoundElsewhere(existing)); existing = creation.find()) {
+    if (++rounds > patience) {
+      demuxer.failureIs("observers make an entity again and again that a creation replaces");
       break;
     }
-    creation.remove();
+    thrown.run([&] { creation.remove(); });
     if (!isRegistered()) {
+      thrown.release();
       return;
     }
     stateIs(applyingBit, true);
   }
-  demuxer.messageApplied();  // not while the old object goes: what observers make then is overruled
-  creation.create();
-  if (isRegistered() && is(applyingBit) && !(pendingChildId_ == nullEntityId)) {
-    if (auto* const kept = creation.find()) {
-      bindChild(*kept);
+  if (rounds <= patience) {
+    demuxer.messageApplied();  // not while the old object goes: what observers make then is overruled
+    thrown.run([&] { creation.create(); });
+    if (isRegistered() && is(applyingBit) && !(pendingChildId_ == nullEntityId)) {
+      if (auto* const kept = creation.find()) {
+        bindChild(*kept);
+      }
     }
   }
+  thrown.release();
 }
 
 template <class X>
@@ -581,13 +606,18 @@ template <class D>
 void AdapterOf<X>::sweep(D const& d) {
   Ptr<KroNboAttrLogSa> const held = share<KroNboAttrLogSa>(this);
   X& swept = entity();
+  detail::HeldBack thrown;
   for (typename D::MapType::Iterator at(swept.*(d.field)); at && isRegistered(); at.advance()) {
     if (at->kroMarkedForDeletion()) {
       sweepingIs(D::id);
-      (swept.*(d.delAt))(at);
+      thrown.run([&] { (swept.*(d.delAt))(at); });
       sweepingIs(0);
     }
   }
+  if (isRegistered()) {
+    streamDemuxer()->flowInDel(entityId());
+  }
+  thrown.release();
 }
 
 template <class X>
@@ -615,7 +645,7 @@ void AdapterOf<X>::handleAttrTransaction(AttributeId id, AttrTransactionType typ
       }
     }
   });
-  if (type != transactionBegin && open != nullptr && isRegistered()) {
+  if (type != transactionBegin && isRegistered()) {
     demuxer.flowInDel(entityId());
   }
 }

@@ -174,6 +174,8 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   void deserializeScalar(D const& d, In& in, bool given);
   template <class D>
   void deserializeValue(D const& d, bool removal, In& in, bool given);
+  template <class D, class Change>
+  void takeWord(D const& d, typename D::Key const& key, bool given, Change const& change);
   template <class D>
   void deserializeReference(D const& d, bool removal, In& in, bool given);
   template <class D>

@@ -474,7 +474,7 @@ TEST_P(RandomTest, EverythingIsEqualAfterEveryHeal) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Writers, RandomTest, testing::Values(Writers::sender, Writers::both), [](auto const& of) {
+INSTANTIATE_TEST_SUITE_P(Writers, RandomTest, testing::Values(Writers::sender, Writers::both, Writers::handlersToo), [](auto const& of) {
   std::string name = writerNames[static_cast<std::size_t>(of.param)];
   std::erase_if(name, [](char c) { return c == ' ' || c == ','; });
   return name;
