@@ -34,7 +34,7 @@ void allocation(benchmark::State& state) {
   for (auto _ : state) {
     void* block = ::operator new(64);
     benchmark::DoNotOptimize(block);
-    ::operator delete (block, std::size_t{64});
+    ::operator delete(block);
   }
 }
 BENCHMARK(allocation);
