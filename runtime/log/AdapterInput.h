@@ -384,7 +384,6 @@ void AdapterOf<X>::applyCreation(D const& d, EntityId id, In& in, Case const& cr
     ++demuxer.stats().droppedChanges;
     return;
   }
-  creation.voidOwn();
   pendingChildId_ = id;
   detail::HeldBack thrown;
   constexpr int patience = 8;
@@ -403,7 +402,9 @@ void AdapterOf<X>::applyCreation(D const& d, EntityId id, In& in, Case const& cr
     stateIs(applyingBit, true);
   }
   if (rounds <= patience) {
-    demuxer.messageApplied();  // not while the old object goes: what observers make then is overruled
+    // Not before: what observers say about the key while the old object goes is overruled, too.
+    creation.voidOwn();
+    demuxer.messageApplied();
     thrown.run([&] { creation.create(); });
     if (isRegistered() && is(applyingBit) && !(pendingChildId_ == nullEntityId)) {
       if (auto* const kept = creation.find()) {
