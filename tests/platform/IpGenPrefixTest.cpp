@@ -162,7 +162,7 @@ TEST(IpGenPrefix, ClearsBitsBeyondEachLength) {
     for (std::uint32_t length = 0; length <= bits; ++length) {
       IpGenPrefix const made = IpGenPrefix::fromBytes(family, allOnes(), length);
       for (std::uint32_t bit = 0; bit < 128; ++bit) {
-        bool const isSet = (made.addressBytes()[bit / 8] >> (7 - bit % 8) & 1U) != 0;
+        bool const isSet = ((unsigned{made.addressBytes()[bit / 8]} >> (7U - bit % 8U)) & 1U) != 0;
         ASSERT_EQ(isSet, bit < length) << "bit " << bit << " of length " << length;
       }
       EXPECT_EQ(made.family(), family);
