@@ -1,9 +1,10 @@
-// The operations of `EntityGenericIfOf`. Included by the .cpp files of the types' sources, which instantiate them.
+// The operations on attributes of `EntityGenericIfOf`, iteration and creation. Included by the .cpp files of the types'
+// sources, which instantiate them.
 #pragma once
 
 #include <span>
 
-#include "runtime/reflection/EntityReflection.h"
+#include "runtime/reflection/EntityDelivery.h"
 
 namespace Kro {
 
@@ -324,114 +325,6 @@ GenericIf::AttributeIteratorConst EntityGenericIfOf<X>::iterator(AttributeId id,
   });
   return state ? AttributeIteratorConst(share<GenericIf const>(this), id, std::move(state))
                : GenericIf::attributeIteratorConst(id);
-}
-
-// --- notification ---
-
-template <class X>
-EntityGenericIfOf<X>::~EntityGenericIfOf() {
-  if (adapter_) {
-    adapter_->ownerDel();
-    adapter_->notifierIs(nullptr);
-  }
-}
-
-template <class X>
-void EntityGenericIfOf<X>::adapterIs(Ptr<ReflectionAdapter<X>> const& adapter) {
-  adapter_ = adapter;
-  adapter->isRegisteredNotifieeIs(true);
-  adapter->notifierIs(Ptr<PtrInterface const>(obj()));
-  adapter->isWeakReferenceIs(true);
-  storeRegistered(true);
-}
-
-template <class X>
-void EntityGenericIfOf<X>::notifierIs(Ptr<PtrInterface const> const& entity) {
-  Ptr<X> const wanted = share(const_cast<X*>(dynamic_cast<X const*>(entity.get())));
-  if (adapter_) {
-    adapter_->notifierIs(Ptr<PtrInterface const>(wanted));
-  }
-  entityIs(wanted);
-}
-
-template <class X>
-void EntityGenericIfOf<X>::isRegisteredNotifieeIs(bool registered) const {
-  storeRegistered(registered);
-  if (adapter_) {
-    adapter_->isRegisteredNotifieeIs(registered);
-  }
-}
-
-template <class X>
-template <class D>
-void EntityGenericIfOf<X>::onKey(D const&, typename D::Key const& key) {
-  auto& pending = adapter_->template pending<detail::keyedBefore<X>(D::id)>();
-  pending.lastKey = key;
-  if (kroOnAttribute(D::id, &pending.count)) {
-    pendingIs(D::id);
-    return;
-  }
-  onAttribute(D::id, genericIfOf<typename D::Key>(key));
-}
-
-/// Tells an attribute that waits: by its key where it changed once, by itself where it changed more often.
-template <class X>
-template <class D>
-void EntityGenericIfOf<X>::deliver(D const&, bool inBulk) {
-  try {
-    if constexpr (D::kind == AttributeKind::values || D::kind == AttributeKind::members ||
-                  D::kind == AttributeKind::references) {
-      auto& pending = adapter_->template pending<detail::keyedBefore<X>(D::id)>();
-      unsigned const count = std::exchange(pending.count, std::uint8_t{0});
-      if (inBulk || count > 1) {
-        onAttribute(D::id);  // the single keys are no longer known
-      } else if (count == 1) {
-        onAttribute(D::id, genericIfOf<typename D::Key>(pending.lastKey));
-      }
-    } else if (inBulk) {
-      onAttribute(D::id);
-    }
-  } catch (...) {  // harms no other attribute
-    handleNotificationException(D::id);
-  }
-}
-
-template <class X>
-void EntityGenericIfOf<X>::handleNotification(ActivityConfig* config) {
-  AttributeId const pending = takePending();
-  bool const all = pending == ActivityConfig::several || pending == ActivityConfig::bulk;
-  if (all) {
-    GenericIfEntity::handleNotification(config);
-  }
-  bool known = all;
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (D::kind != AttributeKind::parameter && D::kind != AttributeKind::function) {
-      if (!all && D::id != pending) {
-        return;
-      }
-      known = true;
-      if (all) {
-        redispatch(actsm());  // a handler may have taken the activity away
-      }
-      deliver(d, pending == ActivityConfig::bulk);
-    }
-  });
-  if (!known) {
-    pendingIs(pending);
-    GenericIfEntity::handleNotification(config);
-  }
-}
-
-template <class X>
-void EntityGenericIfOf<X>::kroDoZombieReactors(bool zombie) {
-  if (zombie == kroMarkedForDeletion()) {
-    return;
-  }
-  if (adapter_) {
-    adapter_->kroDoZombieReactors(zombie);
-  }
-  GenericIfEntity::kroDoZombieReactors(zombie);
 }
 
 // --- creation from a list ---
