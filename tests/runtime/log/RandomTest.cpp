@@ -28,10 +28,9 @@ class System {
       Node& node = nodes_[n];
       node.watcher = std::make_unique<Watcher>([this, n](Entity& entity, AttributeId id) { told(n, entity, id); });
     }
-    makeRoots();
+    makeTrees();
     links_.resize(nodes_.size() - 1);
     for (std::size_t n = 1; n < nodes_.size(); ++n) {
-      nodes_[n].roots.resize(nodes_[0].roots.size());
       connect(n);
     }
   }
@@ -63,6 +62,9 @@ class System {
       case 6:
         connectAgain(anyMirror());
         break;
+      case 7:
+        attachAnew(random_.oneOf(links_));
+        break;
       default:
         break;
     }
@@ -93,11 +95,16 @@ class System {
   }
 
  private:
+  /// A tree that is shared, and the node that sends it: the sender, or a mirror whose tree the sender passes on.
+  struct Tree {
+    Kro::Name name;
+    std::size_t owner;
+  };
   struct Node {
-    std::vector<Ptr<Entity>> roots;  ///< of each shared tree, null where it has not come yet
+    std::vector<Ptr<Entity>> roots;  ///< of each tree, null where it has not come yet
     std::unique_ptr<Watcher> watcher;
   };
-  /// Between the sender (side 0) and a mirror (side 1).
+  /// Between the sender (node and side 0) and a mirror (side 1).
   struct Link {
     std::size_t mirror = 0;
     std::array<Ptr<Connection>, 2> end;
@@ -107,27 +114,34 @@ class System {
     std::uint32_t chunk = 1;
   };
 
-  void makeRoots() {
-    auto& roots = nodes_[0].roots;
+  void makeTrees() {
     switch (rootKind_) {
       case 0:
-        roots = {Vorn::rootConfigCollFactory("all"), Vorn::rootConfigCollFactory("others")};
+        addTree(0, Vorn::rootConfigCollFactory("all"));
+        addTree(0, Vorn::rootConfigCollFactory("others"));
+        if (random_.chance(50)) {
+          addTree(1, Vorn::rootConfigCollFactory("a mirror's"));
+        }
         break;
       case 1:
-        roots = {Vorn::rootConfigFactory("one", 5, 1)};
+        addTree(0, Vorn::rootConfigFactory("one", 5, 1));
         break;
       case 2:
-        roots = {Vorn::vornAclCollFactory("acls")};
+        addTree(0, Vorn::vornAclCollFactory("acls"));
         break;
       case 3:
-        roots = {Vorn::aclKeyToAclIdMappingFactory("keys")};
+        addTree(0, Vorn::aclKeyToAclIdMappingFactory("keys"));
         break;
       default:
-        roots = {Kro::adopt(new Vorn::VornAcl({Vorn::macAcl, 3, Acl::out}, Acl::mac, "acl"))};
+        addTree(0, Kro::adopt(new Vorn::VornAcl({Vorn::macAcl, 3, Acl::out}, Acl::mac, "acl")));
     }
-    for (auto const& root : roots) {
-      nodes_[0].watcher->watch(root);
+  }
+  void addTree(std::size_t owner, Ptr<Entity> const& root) {
+    trees_.push_back({root->name(), owner});
+    for (std::size_t n = 0; n < nodes_.size(); ++n) {
+      nodes_[n].roots.push_back(n == owner ? root : nullptr);
     }
+    nodes_[owner].watcher->watch(root);
   }
 
   // --- connections ---
@@ -143,7 +157,6 @@ class System {
   void connect(std::size_t n) {
     Link& link = links_[n - 1];
     close(link);
-    Node& node = nodes_[n];
     link = Link();
     link.mirror = n;
     link.closed = false;
@@ -153,33 +166,60 @@ class System {
       link.end[side] =
           Connection::create(opens == (side == 0) ? Connection::Role::opener : Connection::Role::acceptor, limits());
     }
-    for (auto const& root : node.roots) {
-      if (root) {
-        link.end[1]->rootOffer(root);
+    for (unsigned side = 0; side < 2; ++side) {
+      std::size_t const at = side == 0 ? 0 : n;
+      link.end[side]->onRootIs([this, at](Ptr<Entity> const& root) { arrived(at, root); });
+      for (std::size_t i = 0; i < trees_.size(); ++i) {
+        Ptr<Entity> const root = nodes_[at].roots[i];
+        if (root && senderSide(link, i) == side) {
+          attach(link, i);
+        } else if (root) {
+          link.end[side]->rootOffer(root);
+        }
       }
     }
-    link.end[1]->onRootIs([this, n](Ptr<Entity> const& root) { arrived(n, root); });
-    for (auto const& root : nodes_[0].roots) {
-      link.end[0]->rootIs(root);
+  }
+  unsigned senderSide(Link const& link, std::size_t tree) const { return trees_[tree].owner == link.mirror ? 1 : 0; }
+  void attach(Link& link, std::size_t tree) {
+    unsigned const side = senderSide(link, tree);
+    Ptr<Entity> const root = nodes_[side == 0 ? 0 : link.mirror].roots[tree];
+    link.end[side]->rootIs(root);
+    if (random_.chance(20)) {
+      using Sa = Entity::KroNboAttrLogSa;
+      root->kroNboAttrLogSa(link.end[side]->out())
+          ->stateIs(random_.chance(50) ? Sa::deferredBit : Sa::deferredBit | Sa::forceDeferBit, true);
+    }
+  }
+  /// The peer is not told that a root goes; when it comes again, the peer makes a tree of its own.
+  void attachAnew(Link& link) {
+    std::size_t const tree = random_.below(static_cast<std::uint32_t>(trees_.size()));
+    if (!link.closed && trees_[tree].owner == 0 && link.end[0]->rootDel(nodes_[0].roots[tree])) {
+      attach(link, tree);
     }
   }
   /// A mirror loses its connection and takes up a new one, with its tree or without.
   void connectAgain(std::size_t n) {
     close(links_[n - 1]);
     if (random_.chance(20)) {
-      for (auto& root : nodes_[n].roots) {
-        root = nullptr;
+      for (std::size_t i = 0; i < trees_.size(); ++i) {
+        nodes_[n].roots[i] = trees_[i].owner == n ? nodes_[n].roots[i] : nullptr;
       }
     }
     connect(n);
   }
   void arrived(std::size_t n, Ptr<Entity> const& root) {
-    for (std::size_t i = 0; i < nodes_[n].roots.size(); ++i) {
-      if (root->name() == nodes_[0].roots[i]->name()) {
-        nodes_[n].roots[i] = root;
+    nodes_[n].watcher->watch(root);
+    for (std::size_t i = 0; i < trees_.size(); ++i) {
+      if (!(root->name() == trees_[i].name) || nodes_[n].roots[i] == root) {
+        continue;
+      }
+      nodes_[n].roots[i] = root;
+      for (Link& link : links_) {
+        if (n == 0 && !link.closed && senderSide(link, i) == 0) {
+          attach(link, i);
+        }
       }
     }
-    nodes_[n].watcher->watch(root);
   }
   void close(Link& link) {
     link.closed = true;
@@ -215,7 +255,7 @@ class System {
     std::vector<std::uint8_t> bytes(flight.begin(), flight.begin() + n);
     flight.erase(flight.begin(), flight.begin() + n);
     Ptr<Connection> const end = link.end[1 - side];
-    receiving_ = true;
+    bool const nested = std::exchange(receiving_, true);
     for (bool again = true; again;) {
       again = false;
       try {
@@ -225,7 +265,7 @@ class System {
         again = true;
       }
     }
-    receiving_ = false;
+    receiving_ = nested;
     requireAlive(link);
     return true;
   }
@@ -256,26 +296,34 @@ class System {
   // --- changes ---
 
   void change() {
-    std::size_t const n = writers_ == Writers::sender || random_.chance(50) ? 0 : anyMirror();
-    changeAt(n);
+    if (writers_ == Writers::sender) {
+      Tree const& tree = random_.oneOf(trees_);
+      changeAt(tree.owner, &tree);
+    } else {
+      changeAt(random_.chance(50) ? 0 : anyMirror());
+    }
     // A mirror without connection may change its tree in any mode: the next transfer takes that back.
     std::size_t const away = anyMirror();
     if (!isAlive(links_[away - 1]) && random_.chance(30)) {
       changeAt(away);
     }
   }
-  void changeAt(std::size_t n) {
+  void changeAt(std::size_t n, Tree const* only = nullptr) {
     std::vector<Ptr<Entity>> present;
-    for (auto const& root : nodes_[n].roots) {
-      if (root) {
-        present.push_back(root);
+    std::vector<Ptr<Entity>> open;
+    for (std::size_t i = 0; i < trees_.size(); ++i) {
+      if (nodes_[n].roots[i]) {
+        present.push_back(nodes_[n].roots[i]);
+        if (only == nullptr || only == &trees_[i]) {
+          open.push_back(present.back());
+        }
       }
     }
-    if (present.empty()) {
+    if (open.empty()) {
       return;
     }
     try {
-      changes_.anywhere(random_.oneOf(present), present);
+      changes_.anywhere(random_.oneOf(open), present);
     } catch (std::runtime_error const&) {
     }
   }
@@ -308,7 +356,9 @@ class System {
         }
         return;
       case 4:
-        if (!link.closed) {
+        if (random_.chance(50)) {
+          deliver(link, n == 0 ? 1 : 0);
+        } else if (!link.closed) {
           (void)link.end[n == 0 ? 0 : 1]->pending();
         }
         return;
@@ -347,7 +397,7 @@ class System {
       }
       auto const& theirs = nodes_[link.mirror].roots;
       for (std::size_t i = 0; i < theirs.size(); ++i) {
-        ASSERT_TRUE(theirs[i]);
+        ASSERT_TRUE(nodes_[0].roots[i] && theirs[i]);
         ASSERT_EQ(TreeText(nodes_[0].roots).of(*nodes_[0].roots[i]), TreeText(theirs).of(*theirs[i]))
             << "mirror " << link.mirror << " of " << links_.size();
       }
@@ -435,6 +485,7 @@ class System {
   Changes changes_;
   Writers writers_;
   std::uint32_t rootKind_;
+  std::vector<Tree> trees_;
   std::vector<Node> nodes_;
   std::vector<Link> links_;
   int reactions_ = 0;
@@ -474,11 +525,12 @@ TEST_P(RandomTest, EverythingIsEqualAfterEveryHeal) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Writers, RandomTest, testing::Values(Writers::sender, Writers::both, Writers::handlersToo), [](auto const& of) {
-  std::string name = writerNames[static_cast<std::size_t>(of.param)];
-  std::erase_if(name, [](char c) { return c == ' ' || c == ','; });
-  return name;
-});
+INSTANTIATE_TEST_SUITE_P(Writers, RandomTest, testing::Values(Writers::sender, Writers::both, Writers::handlersToo),
+                         [](auto const& of) {
+                           std::string name = writerNames[static_cast<std::size_t>(of.param)];
+                           std::erase_if(name, [](char c) { return c == ' ' || c == ','; });
+                           return name;
+                         });
 
 }  // namespace
 }  // namespace VornTest
