@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <map>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,51 +17,33 @@ using Id = std::uint64_t;
 struct Entry {
   std::string text;
   Id id = 0;
-  int writer = 0;  ///< the end that wrote it last: 1 the opener, 0 the acceptor
-  bool marked = false;
 };
-
-/// How far the whole transfer of a collection is.
-enum class Transfer { notBegun, open, done };
 
 struct Entity {
   std::size_t type = 0;    ///< row of the table of types
   std::string parameters;  ///< as text, separated by blanks
   Id parent = 0;
-  int place = 0;  ///< the parent's attribute
-  std::string key;
+  std::string path;
   int announcer = 0;
   bool spent = false;
-  bool disputed = false;  ///< took the place of what the other end had announced under its key
   std::map<int, std::map<std::string, Entry>> entries;  ///< by attribute, then key ("" for what is single)
-  std::map<int, Transfer> transfers;
+  std::map<int, bool> transfers;                        ///< by collection: begun, and not yet ended
 };
 
 /// What the readers of both directions share. Messages take effect in the order in which they are fed, whoever wrote
 /// them: a conflict of both ends is not settled here, only read.
-class Tree {
- public:
+struct Tree {
   /// Every entity, scalar that is not 0, value and reference as one line, sorted.
   std::string dump() const;
+  void spend(Id id);
 
   bool judgesApplied = true;  ///< off where an end is given messages that the other one did not write
-
- private:
-  friend class Reader;
   struct End {
-    std::uint32_t largestPayload = UINT32_MAX;
-    std::uint32_t longestString = UINT32_MAX;
+    std::uint64_t largestPayload = UINT32_MAX, longestString = UINT32_MAX;
     Id lastId = 0;
-    std::uint64_t messages = 0;  ///< of kinds 0 and 1
-    std::uint64_t applied = 0;
-  };
-  std::string pathOf(Id id) const;
-  void spend(Id id);
-  bool whole(Id id) const;
-
-  std::map<Id, Entity> entities_;  ///< spent ones stay, for their type
-  std::set<Id> skipped_;           ///< spent ids of which nothing is known
-  End ends_[2];
+    std::uint64_t messages = 0, applied = 0;  ///< written, and applied of the other end's, of kinds 0 and 1
+  } ends[2];
+  std::map<Id, Entity> entities;  ///< spent ones stay, for their type
 };
 
 /// Reads one direction. It stops at the first fault.
@@ -83,35 +64,11 @@ class Reader {
   static std::string valueText(std::string_view type, std::string_view bytes);
 
  private:
-  struct Header;
-  class Payload;
-  struct Attribute;
-  struct Type;
-  friend class Tree;
-  static std::vector<Type> const& types();
-  static Attribute const* attributeOf(Entity const& entity, int id);
-
-  bool next();
-  void readPreface();
-  std::string readMessage(Header const& header, std::string_view payload);
-  std::string readAbout(Header const& header, Payload& payload);
-  std::string readSpent(Header const& header, std::string_view payload);
-  std::string readRoot(Header const& header, Payload& payload);
-  std::string readMarker(Header const& header, Payload& payload);
-  std::string readSet(Header const& header, Attribute const& attribute, Payload& payload);
-  std::string readRemoval(Header const& header, Attribute const& attribute, Payload& payload);
-  std::string readCreation(Header const& header, Attribute const& attribute, Payload& payload);
-  std::string readReference(Entity& entity, Attribute const& attribute, Payload& payload);
-  std::string create(Id id, Entity entity);
-  void put(Entity& entity, int attribute, std::string const& key, Entry entry);
-
   Tree& tree_;
   int sender_;
-  bool prefaced_ = false;
-  std::string pending_;
+  std::string pending_, error_;
   std::uint64_t offset_ = 0;
   std::vector<std::string> lines_;
-  std::string error_;
 };
 
 }  // namespace Second

@@ -351,7 +351,7 @@ TEST_F(LimitsHit, EndThatConnectionOnly) {
     rebuild();
     inSync();
     Link limited({}, c.limits);
-    limited.fault = "a string too long";  // a writer does not look at the peer's limit of strings
+    limited.fault = "a value out of range";  // a writer does not look at the peer's limit of strings
     limited[S].rootIs(root);
     Ptr<RootConfigColl> arrived;
     limited[M].onRootIs([&](Ptr<Kro::Entity> const& entity) { arrived = Kro::ptrCast<RootConfigColl>(entity); });
