@@ -25,7 +25,7 @@ static_assert(!std::is_convertible_v<int, L4PortRange>);
 /// How one range relates to another.
 enum Relation { contained, overlapping, neither };
 
-void expectRelation(GenRange const& a, GenRange const& b, Relation relation) {
+void expectRelation(auto const& a, auto const& b, Relation relation) {
   EXPECT_EQ(a.contains(b), relation == contained) << a << b;
   EXPECT_EQ(a.partiallyOverlaps(b), relation == overlapping) << a << b;
 }
@@ -43,47 +43,51 @@ TEST(Ranges, OfPortsAnswerTheirQueries) {
       {range, {20, 30}, overlapping}, {{20, 30}, range, overlapping}, {range, {21, 30}, neither},
       {{21, 30}, range, neither},     {{11, 21}, range, overlapping}, {{0, 65535}, {40000, 50000}, contained}};
   for (Case const& c : cases) {
-    EXPECT_EQ(c.a.contains(c.b), c.relation == contained) << c.a << c.b;
-    EXPECT_EQ(c.a.partiallyOverlaps(c.b), c.relation == overlapping) << c.a << c.b;
-    expectRelation({c.a, prefix("::/0"), Vorn::portRange}, {c.b, prefix("10.0.0.0/8"), Vorn::portRange}, c.relation);
+    expectRelation(c.a, c.b, c.relation);
+    expectRelation(GenRange(c.a, prefix("::/0"), Vorn::portRange), GenRange(c.b, prefix("10.0.0.0/8"), Vorn::portRange),
+                   c.relation);
   }
   EXPECT_TRUE(L4PortRange(0, 65535).isAny() && ports(0, 65535).isAny());
   EXPECT_FALSE(L4PortRange().isAny() || L4PortRange(1, 65535).isAny() || ports(0, 65534).isAny());
 }
 
 TEST(Ranges, OfPrefixesAnswerTheirQueries) {
-  using Texts = std::initializer_list<char const*>;
-  auto const expectRelations = [](char const* outer, Texts inside, Texts outside) {
-    for (char const* inner : inside) {
-      expectRelation(ips(outer), ips(inner), contained);
-    }
-    for (char const* other : outside) {
-      expectRelation(ips(outer), ips(other), neither);
-    }
+  struct Case {
+    char const* outer;
+    std::vector<char const*> inside, outside;
   };
-  expectRelations("10.0.0.0/7", {"10.0.0.0/7", "11.0.0.0/8"}, {"12.0.0.0/8", "a00::/7", ""});
-  expectRelations("10.0.0.0/8", {"10.1.0.0/16"}, {"10.0.0.0/7", "11.0.0.0/16"});
-  expectRelations("0.0.0.0/0", {"0.0.0.0/0", "255.255.255.255/32"}, {"::/0", ""});
-  expectRelations("::/0", {"::/0", "8000::/1"}, {"10.0.0.0/8", "0.0.0.0/0", ""});
-  expectRelations("::8000:0:0:0/65", {"::8000:0:0:1/128"}, {"::1/128", "1::8000:0:0:0/65"});
-  expectRelations("2001:db8::/32", {"2001:db8::/32"}, {"2001:db8::/31"});
-  expectRelations("", {}, {"", "0.0.0.0/0", "::/0"});
+  for (Case const& c : std::vector<Case>{{"10.0.0.0/7", {"10.0.0.0/7", "11.0.0.0/8"}, {"12.0.0.0/8", "a00::/7", ""}},
+                                         {"10.0.0.0/8", {"10.1.0.0/16"}, {"10.0.0.0/7", "11.0.0.0/16"}},
+                                         {"0.0.0.0/0", {"0.0.0.0/0", "255.255.255.255/32"}, {"::/0", ""}},
+                                         {"::/0", {"::/0", "8000::/1"}, {"10.0.0.0/8", "0.0.0.0/0", ""}},
+                                         {"::8000:0:0:0/65", {"::8000:0:0:1/128"}, {"::1/128", "1::8000:0:0:0/65"}},
+                                         {"2001:db8::/32", {"2001:db8::/32"}, {"2001:db8::/31"}},
+                                         {"", {}, {"", "0.0.0.0/0", "::/0"}}}) {
+    for (char const* text : c.inside) {
+      expectRelation(ips(c.outer), ips(text), contained);
+    }
+    for (char const* text : c.outside) {
+      expectRelation(ips(c.outer), ips(text), neither);
+    }
+  }
   EXPECT_TRUE(ips("0.0.0.0/0").isAny() && ips("::/0").isAny() && ips("").isAny());
   EXPECT_FALSE(ips("0.0.0.0/1").isAny());
 }
 
 TEST(GenRange, ComparesTheSelectedMemberAlone) {
-  for (int const kind : {0, 7, -1}) {
-    GenRange const other({}, {}, static_cast<Vorn::GenRangeType>(kind));
-    EXPECT_TRUE(ofKind(kind) == other && !(ofKind(kind) < other) && !(other < ofKind(kind))) << kind;
-    EXPECT_EQ(ofKind(kind).hash(), other.hash());
-    EXPECT_TRUE(other.stringValue() == "(n/a)");
+  struct Case {
+    GenRange a, b;
+    char const* text;
+  };
+  for (Case const& c : {Case{ofKind(0), {}, "(n/a)"},
+                        {ofKind(7), {{}, {}, static_cast<Vorn::GenRangeType>(7)}, "(n/a)"},
+                        {ofKind(-1), {{}, {}, static_cast<Vorn::GenRangeType>(-1)}, "(n/a)"},
+                        {ofKind(2), ports(1, 2), "[1, 2]"},
+                        {ofKind(1), ips("::/0"), "::/0"}}) {
+    EXPECT_TRUE(c.a == c.b && !(c.a < c.b) && !(c.b < c.a) && c.a.hash() == c.b.hash()) << c.a;
+    EXPECT_EQ(c.a.stringValue().view(), c.text);
   }
-  EXPECT_TRUE(ofKind(2) == ports(1, 2) && ofKind(1) == ips("::/0"));
-  EXPECT_TRUE(ofKind(2).hash() == ports(1, 2).hash() && ofKind(1).hash() == ips("::/0").hash());
-  EXPECT_TRUE(ofKind(2).stringValue() == "[1, 2]" && ofKind(1).stringValue() == "::/0");
-
-  // Equality and hash ignore the family, the order does not.
+  // Equality and hash ignore the family of everything, the order does not.
   std::vector<GenRange> const everything{ips(""), ips("0.0.0.0/0"), ips("::/0")};
   for (std::size_t i = 0; i < everything.size(); ++i) {
     for (std::size_t j = 0; j < everything.size(); ++j) {
@@ -92,9 +96,7 @@ TEST(GenRange, ComparesTheSelectedMemberAlone) {
       EXPECT_EQ(everything[i] <= everything[j], i <= j);
     }
   }
-}
-
-TEST(GenRange, OrdersKindsDownwardsAndContainedRangesFirst) {
+  // Kinds order downwards, contained ranges come first.
   VornTest::checkAscending<GenRange>({ofKind(2147483647), ports(3, 3), ports(1, 8), ports(12, 18), ports(10, 20),
                                       ports(10, 30), ports(5, 30), ports(0, 65535), ips(""), ips("10.0.0.0/8"),
                                       ips("10.0.0.0/9"), ips("11.0.0.0/8"), ips("::1/128"), GenRange(), ofKind(-1),
@@ -104,38 +106,36 @@ TEST(GenRange, OrdersKindsDownwardsAndContainedRangesFirst) {
 
 TEST(GenRange, StopsWhereAPreconditionIsViolated) {
 #ifndef KRO_ABORT_ON_INTERNAL
+  auto const error = [](auto action) {
+    return messageOf<Kro::InternalException>([&] { static_cast<void>(action()); });
+  };
   for (auto const& [a, b] : {std::pair(ofKind(0), ofKind(0)), {ofKind(1), ofKind(2)}, {ofKind(3), ofKind(3)}}) {
-    EXPECT_EQ(messageOf<Kro::InternalException>([&a = a, &b = b] { static_cast<void>(a.contains(b)); }),
+    EXPECT_EQ(error([&a = a, &b = b] { return a.contains(b); }),
               "bool Vorn::GenRange::contains(const Vorn::GenRange&) const");
-    EXPECT_EQ(messageOf<Kro::InternalException>([&a = a, &b = b] { static_cast<void>(a.partiallyOverlaps(b)); }),
+    EXPECT_EQ(error([&a = a, &b = b] { return a.partiallyOverlaps(b); }),
               "bool Vorn::GenRange::partiallyOverlaps(const Vorn::GenRange&) const");
   }
   for (int const kind : {0, 3, -1}) {
-    EXPECT_EQ(messageOf<Kro::InternalException>([&] { static_cast<void>(ofKind(kind).isAny()); }),
-              "bool Vorn::GenRange::isAny() const");
+    EXPECT_EQ(error([&] { return ofKind(kind).isAny(); }), "bool Vorn::GenRange::isAny() const");
   }
 #endif
 }
 
 TEST(Ranges, HaveTheirForms) {
-  EXPECT_TRUE(L4PortRange(80, 80).stringValue() == "[80]");
-  EXPECT_TRUE(L4PortRange(1024, 65535).stringValue() == "[1024, 65535]");
+  EXPECT_EQ(L4PortRange(80, 80).stringValue(), "[80]");
   std::ostringstream out;
   out << std::hex << GenRange({80, 65535}, prefix("10.0.0.0/8"), Vorn::ipRange);
   EXPECT_EQ(out.str(),
             "Value('Vorn::GenRange', ** {'l4PortRange': Value('Vorn::L4PortRange', ** {'rangeStart': 80, 'rangeEnd': "
             "65535}), 'ipGenPrefix': '10.0.0.0/8', 'genRangeType': 'ipRange'})");
   EXPECT_EQ(VornTest::logBytes(GenRange({0x0102, 0xfffe}, prefix("10.0.0.0/8"), Vorn::ipRange)),
-            (Bytes{1, 2, 0xff, 0xfe,   // l4PortRange
-                   1, 8, 10, 0, 0, 0,  // ipGenPrefix
-                   0, 0, 0, 1}));      // genRangeType
+            (Bytes{1, 2, 0xff, 0xfe, 1, 8, 10, 0, 0, 0, 0, 0, 0, 1}));
   EXPECT_EQ(messageOf<Kro::RangeException>([] {
               VornTest::fromLogBytes<GenRange>({0, 1, 0, 2, 0, 0, 0, 0, 3});
             }),
             "GenRangeType");
   L4PortRange const reversed(9, 8);
-  EXPECT_TRUE(VornTest::fromLogBytes<L4PortRange>(VornTest::logBytes(reversed)) == reversed)
-      << "the log checks nothing";
+  EXPECT_EQ(VornTest::fromLogBytes<L4PortRange>(VornTest::logBytes(reversed)), reversed) << "the log checks nothing";
 }
 
 #define RECORD "Value('Vorn::L4PortRange', ** {"
@@ -147,13 +147,12 @@ TEST(RecordText, FollowsItsGrammar) {
   };
   expectOutcome(read, "[1, 2]",
                 {"Value('Vorn::L4PortRange',**{'rangeStart':1,'rangeEnd':2})",
-                 "  Value ( 'Vorn::L4PortRange' , ** { 'rangeStart' : 1 , 'rangeEnd' : 2 } )  ",
-                 "\tValue\n(\v'Vorn::L4PortRange'\f,\r**\n{\t'rangeEnd'\n:\n2,'rangeStart':+1}\n)\n",
+                 "\tValue\n(\v'Vorn::L4PortRange'\f,\r**\n{\t'rangeEnd'\n:\n2,'rangeStart':+1 }\n)  ",
                  RECORD "'rangeEnd': 1, 'rangeStart': 1, 'range\\x45nd': 2})"});
   expectOutcome(read, "[0]", {RECORD "})", RECORD "'rangeEnd': 3, 'rangeEnd': 0})"});
   // The type's own check comes behind the closing bracket, and before junk.
   expectOutcome(read, "L4PortRange::rangeStart > L4PortRange::rangeEnd not allowed",
-                {RECORD "'rangeStart': 6, 'rangeEnd': 5})", RECORD "'rangeStart': 5})", RECORD "'rangeStart': 5}) x",
+                {RECORD "'rangeStart': 6, 'rangeEnd': 5})", RECORD "'rangeStart': 5}) x",
                  RECORD "'rangeStart': 1, 'rangeStart': 3})"});
   expectOutcome(read, "expected \")\" at column 47", {RECORD "'rangeStart': 5}", RECORD "'rangeStart': 5}]"});
   expectOutcome(read, "junk at column 34 deserializing " RECORD "}) x", {RECORD "}) x"});
@@ -177,24 +176,19 @@ TEST(RecordText, FollowsItsGrammar) {
   expectOutcome(read, "rangeEnd: expected a port from 0 to 65535 at column 43", {RECORD "'rangeEnd': 65536})"});
   expectOutcome(read, "rangeEnd: expected an integer at column 43",
                 {RECORD "'rangeEnd': '1'})", RECORD "'rangeEnd': "});
-
   String8 const two(RECORD "'rangeEnd': 1}) \n" RECORD "'rangeEnd': 2})");
   auto it = two.begin();
-  EXPECT_TRUE(L4PortRange(it, two.end()) == L4PortRange(0, 1));
-  EXPECT_TRUE(L4PortRange(it, two.end()) == L4PortRange(0, 2)) << "each reader leaves the rest";
+  EXPECT_EQ(L4PortRange(it, two.end()), L4PortRange(0, 1));
+  EXPECT_EQ(L4PortRange(it, two.end()), L4PortRange(0, 2)) << "each reader leaves the rest";
   it.indexIs(0);
-  EXPECT_EQ(messageOf<Kro::RangeException>([&] {
-              L4PortRange(it, {two, 44});
-            }),
-            "premature end of value type L4PortRange")
-      << "the given end is the end";
+  auto const readPart = [&] { L4PortRange(it, {two, 44}); };
+  EXPECT_EQ(messageOf<Kro::RangeException>(readPart), "premature end of value type L4PortRange");
 }
 
 TEST(RecordText, NamesTheAttributesOnTheWay) {
   auto const read = VornTest::reread<GenRange>;
   expectOutcome(read, std::string(Kro::valueToStrep(GenRange()).view()), {GENRANGE "})"});
   expectOutcome(read, "genRangeType: GenRangeType", {GENRANGE "'genRangeType': 'tcpRange'})"});
-  expectOutcome(read, "genRangeType: expected a quoted string at column 44", {GENRANGE "'genRangeType': 2})"});
   // A later good one does not save a nested value that its own check refused.
   expectOutcome(read, "l4PortRange: L4PortRange::rangeStart > L4PortRange::rangeEnd not allowed",
                 {GENRANGE "'l4PortRange': " RECORD "'rangeStart': 1}), 'l4PortRange': " RECORD "})})"});

@@ -24,12 +24,9 @@ TEST(Identifiers, AreReadFromText) {
   expectOutcome(reread<ChipId>, "value: expected an integer at column 0", {"", "five", " 5"});
   expectOutcome(reread<ChipId>, "junk at column 1 deserializing 5 ", {"5 "});
   expectOutcome(reread<ChipRuleListId>, "0", {"0", "256", "-256"});
-  expectOutcome(reread<ChipRuleListId>, "value: expected an integer at column 0", {"", "x"});
   expectOutcome(reread<Vorn::TableType>, "TableType", {"'bogus'x", "''", "'MacAcl'", "'TableType(5)'"});
   expectOutcome(reread<Vorn::TableType>, "junk at column 8 deserializing 'macAcl'x", {"'macAcl'x"});
-}
-
-TEST(AclId, IsReadInTwoPartsAndWrittenInThree) {
+  // An ACL's id is read in two parts and written in three.
   expectOutcome(reread<AclId>, "ipv4PAcl:5:in", {"ipv4PAcl:5"});
   expectOutcome(reread<AclId>, "invalid:255:in", {"invalid:255"});
   expectOutcome(reread<AclId>, "Invalid AclId", {"", "ipv4PAcl5", "bogus", "ipv4PAcl"});
@@ -39,22 +36,18 @@ TEST(AclId, IsReadInTwoPartsAndWrittenInThree) {
                  "macAcl:", "macAcl: 5", "macAcl::", "macAcl:99999999999999999999"});
   Kro::String8 const text("id=macAcl:5;");
   Kro::String8::IteratorConst it(text, 3);
-  EXPECT_TRUE(AclId(it, {text, 11}) == AclId(Vorn::macAcl, 5, Acl::in));
+  EXPECT_EQ(AclId(it, {text, 11}), AclId(Vorn::macAcl, 5, Acl::in));
   EXPECT_EQ(it.index(), 11);
 }
 
-TEST(Identifiers, HaveTheirDefaultsAndHashes) {
+TEST(Identifiers, HaveTheirDefaultsFormsAndOrder) {
   EXPECT_EQ(ChipId().value(), 0);
-  EXPECT_TRUE(AclId() == AclId(Vorn::invalid, ChipRuleListId::invalid, Acl::in));
-  EXPECT_EQ(AclId(Vorn::macAcl, 9, Acl::out).tableType(), Vorn::macAcl);
-  EXPECT_EQ(AclId(Vorn::macAcl, 9, Acl::out).chipRuleListId().value(), 9);
-  EXPECT_EQ(AclId(Vorn::macAcl, 9, Acl::out).direction(), Acl::out);
-  EXPECT_EQ(ChipRuleListId(7).hash(), 7U);
+  EXPECT_EQ(AclId(), AclId(Vorn::invalid, ChipRuleListId::invalid, Acl::in));
+  AclId const id(Vorn::macAcl, 200, Acl::out);
+  EXPECT_EQ(std::tuple(id.tableType(), id.chipRuleListId().value(), id.direction()),
+            std::tuple(Vorn::macAcl, 200, Acl::out));
   EXPECT_EQ(ChipRuleListId().hash(), 255U);
   EXPECT_EQ(AclId(Vorn::ipv4PAcl, 5, Acl::in).hash(), 3324728921U) << "the rule list counts with four bytes";
-}
-
-TEST(Identifiers, PrintWhateverTheStreamIsSetTo) {
   struct Grouping : std::numpunct<char> {
     std::string do_grouping() const override { return "\3"; }
   };
@@ -62,20 +55,14 @@ TEST(Identifiers, PrintWhateverTheStreamIsSetTo) {
   out.imbue(std::locale(std::locale::classic(), new Grouping));
   out << std::hex << std::showbase << ChipId(40000) << ' ' << ChipRuleListId(65) << ' ' << Vorn::ipv4RAcl << ' '
       << AclId(static_cast<Vorn::TableType>(6), 65, static_cast<Acl::AclDirection>(-1));
-  EXPECT_EQ(out.str(), "40000 65 ipv4RAcl TableType(6):65:AclDirection(-1)");
-}
-
-TEST(Identifiers, StandInTheLogInNetworkOrder) {
+  EXPECT_EQ(out.str(), "40000 65 ipv4RAcl TableType(6):65:AclDirection(-1)") << "whatever the stream is set to";
   EXPECT_EQ(VornTest::logBytes(ChipId(0x0102)), (Bytes{1, 2}));
   EXPECT_EQ(VornTest::logBytes(ChipRuleListId(200)), (Bytes{200}));
-  EXPECT_EQ(VornTest::logBytes(AclId(Vorn::macAcl, 200, Acl::out)), (Bytes{0, 0, 0, 5, 200, 0, 0, 0, 1}));
+  EXPECT_EQ(VornTest::logBytes(id), (Bytes{0, 0, 0, 5, 200, 0, 0, 0, 1}));
   for (auto const& [bytes, message] : std::initializer_list<std::pair<Bytes, char const*>>{
            {{0, 0, 0, 6, 1, 0, 0, 0, 9}, "TableType"}, {{0, 0, 0, 5, 1, 0, 0, 0, 2}, "AclDirection"}}) {
     EXPECT_EQ(VornTest::messageOf<Kro::RangeException>([&b = bytes] { VornTest::fromLogBytes<AclId>(b); }), message);
   }
-}
-
-TEST(AclId, OrdersItsEnumerationsAsSignedNumbers) {
   VornTest::checkAscending<AclId>({{static_cast<Vorn::TableType>(-1), 255, Acl::out},
                                    {Vorn::invalid, 0, static_cast<Acl::AclDirection>(-1)},
                                    {Vorn::invalid, 0, Acl::in},
