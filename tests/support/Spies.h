@@ -21,6 +21,8 @@ class Journal {
     text_ += (text_.empty() ? "" : " ") + observer + ':' + event;
   }
   std::string take() { return std::exchange(text_, {}); }
+  /// The last word of it.
+  std::string last() const { return text_.substr(text_.rfind(' ') + 1); }
 
  private:
   std::string text_;

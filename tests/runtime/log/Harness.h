@@ -2,172 +2,80 @@
 // way, cuts and drops them. What each end writes is said by the second reader, message by message.
 #pragma once
 
-#include <array>
-#include <functional>
-#include <map>
 #include <memory>
-#include <set>
+#include <sstream>
 
 #include "runtime/log/Connection.h"
-#include "tests/Contracts.h"
-#include "tests/support/SecondReader.h"
-#include "tests/support/Spies.h"
+#include "tests/runtime/log/Trees.h"
 
 namespace VornTest {
 
-using Kro::Ptr;
 using Kro::NboAttrLog::Limits;
-using Vorn::AceIndex;
-using Vorn::RootConfig;
-using Vorn::RootConfigColl;
-using Vorn::VornAcl;
-using Vorn::VornAclColl;
 using LogConnection = Kro::NboAttrLog::Connection;
+using Sa = Kro::Entity::KroNboAttrLogSa;
 
 /// The ends: S opened the connection and gives odd ids, M accepted it.
 enum Side { M = 0, S = 1 };
 inline Side other(Side side) { return side == S ? M : S; }
 
-// --- things to put into a tree ---
-
-inline Vorn::AclId aclId(std::uint8_t n) { return {Vorn::ipv4PAcl, Vorn::ChipRuleListId(n), Acl::in}; }
-inline AceIndex at(std::uint32_t n) { return {n, 0, 0}; }
-inline Vorn::IpRuleConfig rule(std::uint8_t ttl) {
-  Vorn::IpFilter filter;
-  filter.ttlIs(ttl);
-  Vorn::IpRuleConfig rule;
-  rule.filterIs(filter);
-  return rule;
-}
-inline Vorn::MacRuleConfig macRule(std::uint32_t proto) {
-  Vorn::MacFilter filter;
-  filter.protoIs(proto);
-  Vorn::MacRuleConfig rule;
-  rule.filterIs(filter);
-  return rule;
-}
-inline Zil::AclKey key(char const* name) { return {Acl::ip, name}; }
-
-// --- a tree as text, in the second reader's form ---
-
-template <class T>
-std::string textOf(char const* type, T const& value) {
-  Bytes const bytes = logBytes(value);
-  return Second::Reader::valueText(type, {reinterpret_cast<char const*>(bytes.data()), bytes.size()});
-}
-
-class Dump {
- public:
-  static std::string of(Kro::Entity const& root) {
-    Dump dump;
-    if (auto const* coll = dynamic_cast<RootConfigColl const*>(&root)) {
-      dump.add(dump.root(root), *coll);
-    } else if (auto const* config = dynamic_cast<RootConfig const*>(&root)) {
-      dump.add(dump.root(root) + " " + parameters(*config), *config);
-    } else if (auto const* acl = dynamic_cast<VornAcl const*>(&root)) {
-      dump.add(parameters(*acl), *acl);
+/// Messages as bytes, from the text in which the second reader says them but for the fields: "1:7" is 7 in one byte,
+/// "'a" a string, "@1" an index of rules, "R1" and "X1" a rule, "A1" the id of an ACL, "Kk" a key, "#x" plain bytes;
+/// "~3=9" sets the third byte from the end to 9.
+inline std::string wire(std::string const& text) {
+  auto const number = [](std::uint64_t value, std::size_t bytes) {
+    std::string all;
+    for (; bytes > 0; --bytes) {
+      all += static_cast<char>(value >> 8 * (bytes - 1) & 0xff);
     }
-    std::string text;
-    for (std::string const& line : dump.lines_) {
-      text += line + '\n';
+    return all;
+  };
+  auto const form = [](auto const& value) {
+    Bytes const bytes = logBytes(value);
+    return std::string(bytes.begin(), bytes.end());
+  };
+  auto const field = [&](std::string const& word) {
+    std::string const rest = word.substr(1);
+    bool const isText = std::string("'#K").find(word[0]) != std::string::npos;
+    std::uint64_t const n = isText ? 0 : std::stoull(rest.substr(rest[0] == ':' ? 1 : 0));
+    auto const n32 = static_cast<std::uint32_t>(n);
+    return word[0] == '\''  ? number(rest.size(), 4) + rest
+           : word[0] == '#' ? rest
+           : word[0] == '@' ? form(AceIndex{n32, 0, 0})
+           : word[0] == 'R' ? form(rule(n32))
+           : word[0] == 'X' ? form(macRule(n32))
+           : word[0] == 'A' ? form(aclId(n32))
+           : word[0] == 'K' ? form(key(rest))
+                            : number(n, static_cast<std::size_t>(word[0] - '0'));
+  };
+  std::string all;
+  std::istringstream messages(text);
+  for (std::string message; std::getline(messages >> std::ws, message, ';');) {
+    unsigned long long id = 0;
+    int attribute = 0;
+    char first = 'F';
+    unsigned size = 0, code = 0, kind = 2;
+    std::string payload;
+    if (std::sscanf(message.c_str(), "(%llu,%d,%c,%u,%u)", &id, &attribute, &first, &size, &code) == 5) {
+      kind = 0;
+    } else if (std::sscanf(message.c_str(), "%c(%llu,%d)", &first, &id, &attribute) == 3) {
+      kind = 1;
+      payload = static_cast<char>(std::string("BAE").find(first));
     }
-    return text;
-  }
-
- private:
-  static std::string root(Kro::Entity const& entity) { return quoted(entity.name()); }
-  static std::string quoted(Kro::Name const& name) { return '"' + std::string(name.view()) + '"'; }
-  static std::string parameters(RootConfig const& config) {
-    return std::to_string(config.rootConfigId()) + " " + textOf("U16", config.chipId());
-  }
-  static std::string parameters(VornAcl const& acl) {
-    return textOf("AclId", acl.aclId()) + " " + std::to_string(acl.aclType()) + " " + quoted(acl.cliName());
-  }
-  void entity(std::string const& path, char const* type, std::string const& parameters) {
-    lines_.insert(path + ": Vorn::" + type + " " + parameters);
-  }
-  void scalar(std::string const& path, std::string const& value) {
-    if (value != "0") {
-      lines_.insert(path + " = " + value);
-    }
-  }
-  template <class Map>
-  void values(std::string const& path, Map const& map, char const* keyType, char const* valueType) {
-    for (auto const& record : map) {
-      lines_.insert(path + "[" + textOf(keyType, record.key()) + "] = " + textOf(valueType, record.value()));
-    }
-  }
-  void add(std::string const& path, RootConfigColl const& coll) {
-    entity(path, "RootConfigColl", root(coll));
-    for (auto const& config : coll.chipRootConfigMap()) {
-      add(path + ".chipRootConfig[" + std::to_string(config.rootConfigId()) + "]", config);
-    }
-    for (auto const& entry : coll.chipRootConfigLastFailedMap()) {
-      RootConfig const& target = *entry.referenced();
-      lines_.insert(path + ".chipRootConfigLastFailed[" + textOf("U16", target.chipId()) + "] -> " +
-                    parameters(target));
-    }
-  }
-  void add(std::string const& path, RootConfig const& config) {
-    bool const isRoot = !config.parent();
-    entity(path, "RootConfig", (isRoot ? root(config) + " " : "") + parameters(config));
-    scalar(path + ".active", config.active() ? "1" : "0");
-    scalar(path + ".action", std::to_string(config.action()));
-    scalar(path + ".vornRootKickTime", textOf("double", config.vornRootKickTime()));
-    scalar(path + ".vornRootKick", std::to_string(config.vornRootKick()));
-    scalar(path + ".initialized", config.initialized() ? "1" : "0");
-    if (auto const acls = config.vornAclColl()) {
-      entity(path + ".vornAclColl", "VornAclColl", root(*acls));
-      for (auto const& acl : acls->aclMap()) {
-        add(path + ".vornAclColl.acl[" + textOf("AclId", acl.aclId()) + "]", acl);
+    std::istringstream words(message.substr(std::min(message.find(' '), message.size())));
+    for (std::string word; words >> word;) {
+      if (word[0] == '~') {
+        payload[payload.size() - std::stoul(word.substr(1))] = word.back();
+      } else {
+        payload += field(word);
       }
     }
-    if (auto const mapping = config.aclKeyToAclId()) {
-      entity(path + ".aclKeyToAclId", "AclKeyToAclIdMapping", root(*mapping));
-      values(path + ".aclKeyToAclId.keyToId", mapping->keyToIdMap(), "AclKey", "AclId");
-    }
+    all += number(payload.size(), 4) + number(id, 8) + number(static_cast<std::uint32_t>(attribute), 4) +
+           number(size << 4 | kind << 2 | (first == 'T' ? 1 : 0), 1) + number(code, 1) + payload;
   }
-  void add(std::string const& path, VornAcl const& acl) {
-    entity(path, "VornAcl", parameters(acl));
-    values(path + ".ipRuleById", acl.ipRuleByIdMap(), "AceIndex", "IpRuleConfig");
-    values(path + ".macRuleById", acl.macRuleByIdMap(), "AceIndex", "MacRuleConfig");
-  }
+  return all;
+}
 
-  std::set<std::string> lines_;
-};
-
-// --- bytes that no end wrote ---
-
-struct WireText {
-  static std::string number(std::uint64_t value, int bytes) {
-    std::string text;
-    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) {
-      text += static_cast<char>(value >> shift & 0xff);
-    }
-    return text;
-  }
-  static std::string string(std::string_view text) { return number(text.size(), 4) + std::string(text); }
-  template <class T>
-  static std::string value(T const& value) {
-    Bytes const bytes = logBytes(value);
-    return {reinterpret_cast<char const*>(bytes.data()), bytes.size()};
-  }
-  static std::string message(std::uint64_t entity, int attribute, std::string const& payload, unsigned flags = 1,
-                             unsigned code = 0) {
-    return number(payload.size(), 4) + number(entity, 8) + number(static_cast<std::uint32_t>(attribute), 4) +
-           number(flags, 1) + number(code, 1) + payload;
-  }
-  static std::string creation(std::uint64_t entity, int attribute, std::string const& parameters, std::uint64_t id) {
-    return message(entity, attribute, parameters + number(id, 8), 1, 151);
-  }
-  static std::string marker(std::uint64_t entity, int attribute, unsigned type) {
-    return message(entity, attribute, number(type, 1), 4);
-  }
-  static std::string applied(std::uint64_t n) { return message(0, 0, number(n, 8), 8); }
-};
-
-// --- two connections and the bytes between them ---
-
+/// Two connections and the bytes between them.
 class Link {
  public:
   explicit Link(Limits const& opener = {}, Limits const& acceptor = {}) {
@@ -177,92 +85,62 @@ class Link {
   ~Link() {
     for (Side const side : {M, S}) {
       std::string const& error = readers_[side].error();
-      EXPECT_TRUE(error.empty() || (!fault.empty() && error.find(fault) == 0)) << error << ", after: " << lines(side);
+      EXPECT_TRUE(error.empty() || (!fault.empty() && error.rfind(fault, 0) == 0)) << error << ": " << recorded(side);
     }
   }
   LogConnection& operator[](Side side) { return *ends[side]; }
 
   /// Takes what the end offers at once, and says it.
-  void pull(Side side) {
+  bool pull(Side side) {
     auto const bytes = ends[side]->pending();
     std::string const taken(reinterpret_cast<char const*>(bytes.data()), bytes.size());
     ends[side]->sent(taken.size());
-    readers_[side].feed(taken);
-    wire_[side] += taken;
-    recorded[side] += taken;
-  }
-  /// Hands bytes on the way to the peer, at most `n` of them, in pieces of `chunk`.
-  void deliver(Side side, std::size_t n = SIZE_MAX) {
-    while (n > 0 && !wire_[side].empty()) {
-      std::string const piece = wire_[side].substr(0, std::min(n, chunk));
-      wire_[side].erase(0, piece.size());
-      n -= piece.size();
-      receive(other(side), piece);
+    if (reads) {
+      readers_[side].feed(taken);
     }
+    wire_[side] += taken;
+    stream[side] += taken;
+    return !taken.empty();
   }
+  /// Hands the bytes on the way to the peer.
+  void deliver(Side side) { receive(other(side), std::exchange(wire_[side], {})); }
   void receive(Side side, std::string_view bytes) {
     ends[side]->receive({reinterpret_cast<std::uint8_t const*>(bytes.data()), bytes.size()});
   }
-  /// Moves everything until nothing moves; what `hold` names stays on the way.
+  /// Moves everything until nothing moves.
   void move() {
-    for (bool moved = true; moved;) {
-      moved = false;
+    for (bool moves = true; moves;) {
+      moves = false;
       for (Side const side : {S, M}) {
-        std::size_t const before = recorded[side].size();
-        pull(side);
-        moved = moved || recorded[side].size() != before;
-        if (!held[side]) {
-          deliver(side);
-        }
+        moves = pull(side) || moves;
+        deliver(side);
       }
     }
   }
-  /// What an end wrote since it was asked last.
+  /// What an end wrote since it was asked last, or ever.
   std::string lines(Side side) {
+    std::size_t const from = std::exchange(said_[side], readers_[side].lines().size());
+    return recorded(side, from);
+  }
+  std::string recorded(Side side, std::size_t from = 0) const {
     std::string text;
-    for (auto const& all = readers_[side].lines(); said_[side] < all.size(); said_[side]++) {
-      text += (text.empty() ? "" : "; ") + all[said_[side]];
+    for (; from < readers_[side].lines().size(); ++from) {
+      text += (text.empty() ? "" : "; ") + readers_[side].lines()[from];
     }
     return text;
   }
-  /// Everything that an end wrote so far.
-  std::string recordedLines(Side side) const {
-    std::string text;
-    for (std::string const& line : readers_[side].lines()) {
-      text += line + "; ";
-    }
-    return text;
-  }
-  void forget() { lines(S), lines(M); }
-
-  /// From now on changes wait at this end: its buffer is full of something that the peer never gets.
-  void block(Side side) {
-    Kro::NboAttrLog::Out& out = *ends[side]->out();
-    ASSERT_EQ(out.length(), 0U);
-    out.limitIs(1);
-    out.endIs(out.room(1) + 1);
-  }
-  void unblock(Side side, std::size_t limit = Kro::NboAttrLog::Out::defaultLimit) {
-    ends[side]->out()->taken(1);
-    ends[side]->out()->limitIs(limit);
-  }
-
-  /// Hands an end bytes that its peer never wrote. They count as the peer's for the second reader, where it can read
-  /// them.
+  /// Hands an end bytes that its peer never wrote. They count as the peer's for the second reader.
   void inject(Side to, std::string const& bytes) {
     readers_[other(to)].feed(bytes);
     receive(to, bytes);
   }
-  std::string errors() {
-    return std::string(ends[S]->lastError().view()) + "|" + std::string(ends[M]->lastError().view());
-  }
+  std::string error(Side side) const { return std::string(ends[side]->lastError().view()); }
 
   Ptr<LogConnection> ends[2];
-  bool held[2] = {false, false};
-  std::size_t chunk = SIZE_MAX;
-  std::string recorded[2];  ///< every byte that an end wrote
+  std::string stream[2];  ///< every byte that an end wrote
   Second::Tree tree;
-  std::string fault;  ///< the rule that a test lets an end break
+  bool reads = true;  ///< off where the second reader would miss something
+  std::string fault;  ///< the rule that a test lets both ends break
 
  private:
   Second::Reader readers_[2] = {{tree, M}, {tree, S}};
@@ -270,142 +148,155 @@ class Link {
   std::string wire_[2];
 };
 
-/// Every entity of a tree observed, those to come too, each named by its place: "c" the collection, "5" a
-/// configuration, "5v" its ACLs, "5v/1.7.0" one of them, "5p" its mapping.
-class Watch {
- public:
-  explicit Watch(Journal& journal) : journal_(&journal) {}
-
-  template <class X>
-  void root(Ptr<X> const& entity) {
-    again_ = [this, entity] { look(entity, "c"); };
-    again_();
-  }
-
- private:
-  template <class Spy, class X>
-  void spy(Ptr<X> const& entity, std::string const& name) {
-    Ptr<Kro::PtrInterface>& place = spies_[entity.get()];
-    if (!place) {
-      auto const made = Kro::adopt(new Spy(journal_, name));
-      place = made;
-      made->isRegisteredNotifieeIs(true);
-      made->notifierIs(entity);
-      made->act = [this] { again_(); };
-    }
-  }
-  void look(Ptr<RootConfigColl> const& coll, std::string const& name) {
-    spy<ConfigCollSpy>(coll, name);
-    for (auto it = coll->chipRootConfigIterator(); it; it.advance()) {
-      look(it.member(), std::to_string(it->rootConfigId()));
-    }
-  }
-  void look(Ptr<RootConfig> const& config, std::string const& name) {
-    spy<ConfigSpy>(config, name);
-    if (auto const acls = config->vornAclColl()) {
-      spy<AclCollSpy>(acls, name + "v");
-      for (auto it = acls->aclIterator(); it; it.advance()) {
-        look(it.member(), name + "v/" + textOf("AclId", it->aclId()));
-      }
-    }
-    if (auto const mapping = config->aclKeyToAclId()) {
-      spy<MappingSpy>(mapping, name + "p");
-    }
-  }
-  void look(Ptr<VornAcl> const& acl, std::string const& name) { spy<AclSpy>(acl, name); }
-
-  Journal* journal_;
-  std::function<void()> again_;
-  std::map<void const*, Ptr<Kro::PtrInterface>> spies_;
-};
-
-/// S sends one root of type X, M mirrors it and writes down what its observers are told.
-template <class X>
+/// S sends a collection, M mirrors it and writes down what its observers are told.
+///
+/// What is done to them is a script of words: changes as `Op` has them, at a place ("5v7/r1=9") or where they usually
+/// are; "S" and "M", at which end; commands; and "{event ... }", what M does once when an observer is told that.
 class LogTest : public EntityTest {
  protected:
-  /// A new connection; `limits` are those of S. The mirror of the old one is offered where `keep` is set.
-  void connect(Limits const& limits = {}, bool keep = false) {
-    link = std::make_unique<Link>(limits);
-    if (keep) {
-      (*link)[M].rootOffer(mirror);
-    }
-    (*link)[M].onRootIs([this](Ptr<Kro::Entity> const& arrived) { mirrorIs(Kro::ptrCast<X>(arrived)); });
-    (*link)[S].rootIs(root);
-  }
-  void mirrorIs(Ptr<X> const& entity) {
-    mirror = entity;
-    watch = std::make_unique<Watch>(journal);
-    watch->root(mirror);
-  }
-  /// Both ends in sync, nothing said or told yet.
-  void inSync() {
+  /// The ids: 3 the collection, 5 configuration 6 of chip 2, 7 configuration 5 of chip 1, 9 its ACLs, 11 the ACL 7,
+  /// 13 the mapping. The next new one is 15.
+  static constexpr auto usual = "c5=1 initialize a7=0acl-a r1=1 r2=2 k:k=7 c6=2 f5";
+
+  void start(std::string const& tree = usual) {
+    link = nullptr;
+    watch = nullptr;
+    mirror = nullptr;
+    handlers.clear();
+    root = Vorn::rootConfigCollFactory("rcc");
+    run(tree);
+    old = Kro::ptrCast<VornAcl>(at(S, "5v7"));
     connect();
     link->move();
-    link->forget();
-    journal.take();
+    forget();
   }
-  void move() { link->move(); }
-  /// A connection that ends at both sides.
-  void cut() {
-    (*link)[S].close("cut");
-    (*link)[M].close("cut");
+  /// A new connection; the mirror of the old one is offered.
+  void connect(Limits const& opener = {}, Limits const& acceptor = {}) {
+    link = std::make_unique<Link>(opener, acceptor);
+    if (mirror) {
+      (*link)[M].rootOffer(mirror);
+    }
+    (*link)[M].onRootIs([this](Ptr<Entity> const& arrived) {
+      mirror = Kro::ptrCast<RootConfigColl>(arrived);
+      watch = std::make_unique<Watch>(journal, [this](Entity&, std::string const& event) { told(event); });
+      watch->watch(mirror);
+    });
+    (*link)[S].rootIs(root);
+  }
+  void run(std::string const& script, Side side = S) {
+    std::istringstream words(script);
+    for (std::string word; words >> word;) {
+      if (word == "S" || word == "M") {
+        side = word == "S" ? S : M;
+      } else if (word[0] == '{') {
+        std::string deeds;
+        for (std::string deed; words >> deed && deed != "}";) {
+          deeds += deed + ' ';
+        }
+        handlers.emplace_back(word.substr(1), deeds);
+      } else if (word.rfind("until=", 0) == 0) {
+        moveUntil(word.substr(6));
+      } else if (!command(word, side)) {
+        std::size_t const slash = word.find('/');
+        Op const op(word.substr(slash + 1));
+        op(*at(side, slash != std::string::npos ? word.substr(0, slash) : usualPlace(op.verb)));
+      }
+    }
+  }
+  Ptr<Entity> at(Side side, std::string const& place) {
+    for (auto const& entity : everythingIn(side == S ? root : mirror)) {
+      if (placeOf(*entity) == place) {
+        return entity;
+      }
+    }
+    return place == "old" ? old : nullptr;
+  }
+  Ptr<VornAcl> acl(Side side = M) { return Kro::ptrCast<VornAcl>(at(side, "5v7")); }
+  Ptr<Sa> adapter(std::uint64_t id) { return Kro::share((*link)[M].demuxer().reactor({id})); }
+  void forget() { link->lines(S), link->lines(M), journal.take(); }
+
+  void expectEqual() {
+    EXPECT_EQ(link->error(S) + link->error(M), "");
+    ASSERT_TRUE(mirror);
+    EXPECT_EQ(Dump::of(*mirror, {mirror}), Dump::of(*root, {root}));
+    expectValid();
+    for (Side const side : {M, S}) {
+      EXPECT_EQ((*link)[side].state(), LogConnection::State::inSync);
+      EXPECT_EQ((*link)[side].stats().dirtyMarks, 0U);
+    }
+  }
+  void expectValid() { EXPECT_EQ(root->auditErrors(9) + mirror->auditErrors(9), 0U); }
+
+  Ptr<RootConfigColl> root, mirror;
+  Ptr<Entity> old;  ///< the ACL that S had first
+  std::unique_ptr<Watch> watch;
+  std::unique_ptr<Link> link;
+  std::vector<std::pair<std::string, std::string>> handlers;
+
+ private:
+  static std::string usualPlace(std::string const& verb) {
+    static std::map<std::string, char const*> const places = {{"r", "5v7"}, {"m", "5v7"}, {"a", "5v"},      {"k", "5p"},
+                                                              {"c", "c"},   {"f", "c"},   {"stranger", "c"}};
+    std::size_t const from = verb.find_first_not_of("-!"), to = verb.find('*');
+    auto const place = places.find(verb.substr(from, to - from));
+    return place != places.end() ? place->second : "5";
+  }
+  bool command(std::string const& word, Side where) {
+    static std::map<std::string, std::function<void(LogTest&, Side)>> const commands = {
+        {"move", [](LogTest& t, Side) { t.link->move(); }},
+        {"forget", [](LogTest& t, Side) { t.forget(); }},
+        {"step", [](LogTest& t, Side) { t.link->pull(S), t.link->deliver(S); }},
+        // Both ends write before either has read.
+        {"cross", [](LogTest& t, Side) { t.link->pull(S), t.link->pull(M), t.link->deliver(M), t.link->deliver(S); }},
+        // From now on changes wait at this end: its buffer is full of something that the peer never gets.
+        {"block",
+         [](LogTest& t, Side side) {
+           Kro::NboAttrLog::Out& out = *(*t.link)[side].out();
+           EXPECT_EQ(out.length(), 0U);
+           out.limitIs(1);
+           out.endIs(out.room(1) + 1);
+         }},
+        {"free",
+         [](LogTest& t, Side side) {
+           EXPECT_EQ((*t.link)[side].out()->length(), 1U) << "nothing was written";
+           (*t.link)[side].out()->taken(1);
+           (*t.link)[side].out()->limitIs(Kro::NboAttrLog::Out::defaultLimit);
+         }},
+        {"deferred",
+         [](LogTest& t, Side) {
+           for (auto const& entity : everythingIn(t.root)) {
+             entity->kroNboAttrLogSa(Ptr<Kro::NboAttrLog::Out const>((*t.link)[S].out()))->stateIs(Sa::deferredBit, true);
+           }
+         }},
+        {"cut", [](LogTest& t, Side) { (*t.link)[S].close("cut"), (*t.link)[M].close("cut"); }},
+        {"close", [](LogTest& t, Side side) { (*t.link)[side].close("enough"); }},
+        {"throw", [](LogTest&, Side) { throw std::runtime_error("of an observer"); }},
+        {"drop", [](LogTest& t, Side) { t.watch = nullptr, t.mirror = nullptr; }},
+        {"connect", [](LogTest& t, Side) { t.connect(); }}};
+    auto const known = commands.find(word);
+    if (known != commands.end()) {
+      known->second(*this, where);
+    }
+    return known != commands.end();
   }
   /// Moves message by message until S has written a text.
   void moveUntil(std::string const& text) {
     (*link)[S].out()->limitIs(0);
-    for (int i = 0; i < 1000 && link->recordedLines(S).find(text) == std::string::npos; i++) {
-      link->pull(S);
-      link->deliver(S);
+    for (int i = 0; i < 1000 && link->recorded(S).find(text) == std::string::npos; ++i) {
+      run("step");
+    }
+    (*link)[S].out()->limitIs(Kro::NboAttrLog::Out::defaultLimit);
+  }
+  /// Does what there is to do when the mirror's observers are told of this.
+  void told(std::string const& event) {
+    for (auto it = handlers.begin(); it != handlers.end(); ++it) {
+      if (event.rfind(it->first, 0) == 0) {
+        std::string const deeds = it->second;
+        handlers.erase(it);
+        return run(deeds, M);
+      }
     }
   }
-  std::string said(Side side = S) { return link->lines(side); }
-  std::string told() { return journal.take(); }
-
-  void expectEqual() {
-    EXPECT_EQ(link->errors(), "|");
-    ASSERT_TRUE(mirror);
-    EXPECT_EQ(Dump::of(*mirror), Dump::of(*root));
-    EXPECT_EQ(root->auditErrors(9), 0U);
-    EXPECT_EQ(mirror->auditErrors(9), 0U);
-    EXPECT_EQ((*link)[M].state(), LogConnection::State::inSync);
-  }
-  /// The same, and what the second reader made of both directions.
-  void expectAllEqual() {
-    expectEqual();
-    EXPECT_EQ(link->tree.dump(), Dump::of(*root));
-  }
-
-  Ptr<X> root;
-  Ptr<X> mirror;
-  std::unique_ptr<Watch> watch;
-  std::unique_ptr<Link> link;
-};
-
-/// With a configuration 5 of chip 1 that holds one ACL with rules 1 and 2 and one key.
-class TreeTest : public LogTest<RootConfigColl> {
- protected:
-  TreeTest() { rebuild(); }
-  /// The same tree new, on no connection.
-  void rebuild() {
-    link = nullptr;
-    watch = nullptr;
-    mirror = nullptr;
-    root = Vorn::rootConfigCollFactory("rcc");
-    r5 = root->chipRootConfigIs(5, 1);
-    r5->initialize();
-    acls = r5->vornAclColl();
-    acl = acls->aclIs(aclId(7), Acl::ip, "acl-a");
-    acl->ipRuleByIdIs(at(1), rule(1));
-    acl->ipRuleByIdIs(at(2), rule(2));
-    r5->aclKeyToAclId()->keyToIdIs(key("k"), aclId(7));
-  }
-  Ptr<RootConfig> mirror5() { return mirror->chipRootConfig(5); }
-  Ptr<VornAclColl> mirrorAcls() { return mirror5()->vornAclColl(); }
-  Ptr<VornAcl> mirrorAcl() { return mirrorAcls()->acl(aclId(7)); }
-
-  Ptr<RootConfig> r5;
-  Ptr<VornAclColl> acls;
-  Ptr<VornAcl> acl;
 };
 
 }  // namespace VornTest

@@ -1,0 +1,267 @@
+// Whole transfers that are interrupted, resumed and repeated; connections that are lost, limited, destroyed or out of
+// memory; roots.
+#include <algorithm>
+
+#include "tests/runtime/log/Harness.h"
+#include "tests/support/Allocations.h"
+
+namespace {
+
+using namespace VornTest;
+
+class Transfers : public LogTest {
+ protected:
+  static constexpr auto more =
+      "c5=1 initialize a7=0acl-a r1=1 r2=2 k:k=7 c6=2 f5 a1=0m a2=0m a3=0m 5v1/r1=1 5v2/m2=2 5v3/r3=3 6/v=v 6v/a1=0a";
+
+  void connectWith(std::uint32_t bufferedBytes) {
+    start(more);
+    run("cut drop");
+    Limits limits;
+    limits.bufferedBytes = bufferedBytes;
+    connect(limits);
+  }
+  bool isInSync() { return (*link)[M].state() == LogConnection::State::inSync; }
+  int marks() {
+    int n = 0;
+    for (auto const& record : acl()->ipRuleByIdMap()) {
+      n += record.kroMarkedForDeletion() ? 1 : 0;
+    }
+    return n;
+  }
+};
+
+TEST_F(Transfers, GoOnWhereTheBufferWasFull) {
+  connectWith(1 << 20);
+  link->move();
+  std::string const whole = link->lines(S);
+  for (std::uint32_t const limit : {0U, 1U, 7U, 64U, 100U, 4096U}) {
+    SCOPED_TRACE(limit);
+    connectWith(limit);
+    for (int pulls = 0; !isInSync() && pulls < 1000; ++pulls) {
+      run("step");
+    }
+    link->pull(M);
+    EXPECT_EQ(link->lines(S), whole);
+    EXPECT_EQ(link->tree.dump(), Dump::of(*root));
+    link->move();
+    expectEqual();
+  }
+}
+
+TEST_F(Transfers, TakeChangesAtEachOfTheirSteps) {
+  for (char const* const change :
+       {"r1=9 r0=1 -r2", "-a7 a7=2new m4=4", "-a1 -a3 a9=0nine", "v=other a7=0in", "-p -v v=VornAclColl active=1",
+        "-c5 c5=1 initialize", "-c6 c4=4 4/initialize", "c9=1 f9", "-f* -c* old/-r*"}) {
+    bool done = false;
+    for (int steps = 0; !done && !HasFailure(); ++steps) {
+      SCOPED_TRACE(change + (" after steps: " + std::to_string(steps)));
+      connectWith(0);
+      for (int i = 0; i < steps; ++i) {
+        run("step");
+      }
+      done = isInSync();
+      run(change);
+      link->move();
+      expectEqual();
+    }
+  }
+}
+
+TEST_F(Transfers, ThatAreCutRemoveNothingAndTheNextOneRepairs) {
+  start("c5=1 initialize a7=0acl-a r1=1 r2=2 r3=3 a1=0gone k:k=7 c7=7");
+  Ptr<Entity> const five = at(M, "5"), seven = at(M, "5v7");
+  run("cut r1=11 -r3 -a1 c8=1 -c7 connect until=ttl=11");
+  EXPECT_EQ(journal.take(), "c:config(8) c:config(7) 5v:acl(ipv4PAcl:1:in) 5v7:ip(1.0.0)");
+  EXPECT_EQ(root->kroFirstAdapter()->nextOfEntity(), nullptr) << "the adapter of the first connection is gone";
+  EXPECT_EQ(marks(), 2);
+  link->receive(M, wire("A(11,261)"));
+  EXPECT_EQ(marks(), 0);
+  link->receive(M, wire("B(11,261)"));
+  EXPECT_EQ(marks(), 3);
+  run("cut");
+  EXPECT_EQ(marks(), 0);
+  EXPECT_EQ(acl()->ipRuleByIdSize(), 3U) << "what was still to come was marked, and is kept";
+  run("connect move");
+  EXPECT_EQ(journal.take(), "5v7:ip(3.0.0)");
+  EXPECT_TRUE(at(M, "5") == five && at(M, "5v7") == seven) << "the same objects";
+  expectEqual();
+}
+
+TEST_F(Transfers, OfAnotherTreeBringReferencesIntoIt) {
+  start();
+  auto const others = Vorn::rootConfigCollFactory("others");
+  root->chipRootConfigLastFailedIs(others->chipRootConfigIs(9, 1));  // replaces what the peer has
+  link->move();
+  EXPECT_EQ(link->lines(S), "(3,-259,T,0,0) 1");
+  Ptr<RootConfigColl> const first = mirror;
+  (*link)[S].rootIs(others);
+  link->move();
+  EXPECT_NE(link->lines(S).find("(3,259,T,0,0) 17; complete"), std::string::npos);
+  ASSERT_EQ(first->chipRootConfigLastFailedSize(), 1U);
+  EXPECT_TRUE(first->chipRootConfigLastFailed(1) == mirror->chipRootConfig(9));
+}
+
+TEST_F(Transfers, OfRootsOfEachType) {
+  std::pair<Ptr<Entity>, char const*> const cases[] = {
+      {Vorn::rootConfigCollFactory("n"), "Coll\" \"n\" 3; B(3,258); E(3,258); B(3,259); E(3,259)"},
+      {Vorn::rootConfigFactory("n", 70000, 2),
+       "\" \"n\" 70000 2 3; (3,260,F,1,0) 0; (3,-261,F,0,0); (3,-262,F,0,0); (3,263,T,0,0) 0; (3,264,T,0,0) 0; "
+       "(3,265,F,4,0) 0; (3,267,F,1,0) 0"},
+      {Vorn::vornAclCollFactory("n"), "\" \"n\" 3; B(3,258); E(3,258)"},
+      {Vorn::aclKeyToAclIdMappingFactory("n"), "\" \"n\" 3; B(3,258); E(3,258)"},
+      {Kro::adopt(new VornAcl(aclId(7), Acl::mac, "n")), "\" 1.7.0 2 \"n\" 3; B(3,261); E(3,261); B(3,262); E(3,262)"}};
+  for (auto const& [sent, said] : cases) {
+    Link one;
+    Ptr<Entity> arrived;
+    one[M].onRootIs([&](Ptr<Entity> const& entity) { arrived = entity; });
+    one[S].rootIs(sent);
+    EXPECT_EQ(messageOf<Kro::InternalException>([&, root = sent] { one[S].rootIs(root); }),
+              "a root is attached twice: " + std::string(sent->fullName().view()));
+    one.move();
+    EXPECT_NE(one.lines(S).find(said + std::string("; complete")), std::string::npos) << one.recorded(S);
+    ASSERT_TRUE(arrived);
+    EXPECT_EQ(Dump::of(*arrived), Dump::of(*sent));
+    EXPECT_EQ(one.tree.dump(), Dump::of(*sent));
+    EXPECT_TRUE(one[S].rootDel(sent));
+    EXPECT_FALSE(one[S].rootDel(sent));
+  }
+}
+
+TEST_F(Transfers, CountWhatMerged) {
+  start();
+  run("block");
+  for (int n = 0; n < 10; ++n) {
+    run("kick+1 r1=" + std::to_string(n) + " r" + std::to_string(2 + n % 2) + "=100");
+  }
+  auto const stats = (*link)[S].stats();
+  EXPECT_EQ(stats.dirtyMarks, 3U);
+  EXPECT_EQ(stats.dirtyMarksPeak, 3U);
+  EXPECT_EQ(stats.mergedChanges, 18U);
+  run("free move");
+  expectEqual();
+}
+
+TEST_F(Transfers, EndAtALimitAndOnlyTheirConnection) {
+  std::string const at = "received byte 955: entity rcc/chipRootConfig[5]/vornAclColl, attribute acl, byte ";
+  struct Case {
+    std::uint32_t Limits::*limit;
+    std::uint32_t value;
+    std::string script, errorS, errorM;
+  } const cases[] = {
+      {&Limits::stringBytes, 20, "a8=0" + std::string(23, 'x'), "",
+       at + "17 of the message: string of 23 bytes, the limit is 20"},
+      {&Limits::messageBytes, 100, "a8=0" + std::string(90, 'x'),
+       "writing acl of rcc/chipRootConfig[5]/vornAclColl: message of 115 payload bytes, the limit is 100", ""},
+      {&Limits::entities, 6, "a8=0x", "", at + "26 of the message: more entities than the limit of 6"},
+      {&Limits::nesting, 2, "", "",
+       "received byte 398: entity rcc/chipRootConfig[5]/vornAclColl, attribute acl, byte 30 of the message: entities "
+       "nested deeper than the limit of 2"}};
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.errorS + c.errorM);
+    start();
+    Limits limits;
+    limits.*c.limit = c.value;
+    Link limited({}, limits);
+    limited.fault = "a value out of range";  // a writer does not look at the peer's limit of strings
+    limited[S].rootIs(root);
+    Ptr<Entity> arrived;
+    limited[M].onRootIs([&](Ptr<Entity> const& entity) { arrived = entity; });
+    limited.move();
+    run(c.script);
+    limited.move();
+    EXPECT_EQ(limited.error(S), c.errorS);
+    EXPECT_EQ(limited.error(M), c.errorM);
+    EXPECT_EQ(arrived->auditErrors(9), 0U);
+    link->move();
+    expectEqual();
+  }
+}
+
+TEST_F(Transfers, SurviveWhatObserversThrowAndEndWhereTheyWant) {
+  start();
+  watch->rethrows = true;
+  run("{5v7 throw } r3=3 r4=4");
+  link->pull(S);
+  EXPECT_THROW(link->deliver(S), std::runtime_error);
+  EXPECT_EQ(acl()->ipRuleByIdSize(), 3U);
+  link->receive(M, "");
+  EXPECT_EQ(acl()->ipRuleByIdSize(), 4U) << "what stood behind it was kept";
+  run("move M -r3 move");
+  expectEqual();
+  run("{5v7 close } S r5=5 r6=6 step");
+  EXPECT_EQ(link->error(M), "enough");
+  EXPECT_EQ(acl()->ipRuleByIdSize(), 4U) << "the second message is not applied";
+  expectValid();
+}
+
+// --- the ends of things ---
+
+TEST_F(Transfers, AnyOrderOfDestructionIsClean) {
+  std::vector<int> order = {0, 1, 2, 3};
+  do {
+    std::size_t const before = Kro::PtrTrack::live();
+    {
+      start();
+      run("M block r8=8 -a7 kick=1 S block r9=9 a8=0x -p");  // both ends have something to write
+      link->pull(S);
+      auto sa = std::make_pair(adapter(7), root->kroNboAttrLogSa(Ptr<Kro::NboAttrLog::Out const>((*link)[S].out())));
+      Ptr<AclSpy> spy = observe<AclSpy>(acl(), "A");
+      old = nullptr;
+      for (int const what : order) {
+        what == 0   ? void((root = nullptr, mirror = nullptr))
+        : what == 1 ? void((watch = nullptr, spy = nullptr))
+        : what == 2 ? void(sa = {})
+                    : void(link = nullptr);
+      }
+    }
+    EXPECT_EQ(Kro::PtrTrack::live(), before);
+  } while (std::next_permutation(order.begin(), order.end()));
+}
+
+TEST_F(Transfers, WithoutMemoryAnywhereLeaveValidTreesThatBecomeEqual) {
+  std::size_t failed = 0;
+  for (bool fails = true; fails && !HasFailure(); ++failed) {
+    SCOPED_TRACE("allocation " + std::to_string(failed + 1));
+    start();
+    watch = nullptr;
+    link->reads = false;
+    std::vector<std::pair<Ptr<Entity>, Op>> changes;
+    for (char const* const change : {"r1=9", "r7=7", "-r2"}) {
+      changes.emplace_back(at(S, "5v7"), Op(change));
+    }
+    changes.emplace_back(at(M, "5v7"), Op("r8=8"));
+    changes.emplace_back(at(S, "5v"), Op("a8=2some name that is not short"));
+    changes.emplace_back(at(M, "5v"), Op("a9=0m"));
+    changes.emplace_back(at(S, "c"), Op("c8=2"));
+    changes.emplace_back(at(S, "c"), Op("f6"));
+    changes.emplace_back(at(S, "5p"), Op("k:another=8"));
+    changes.emplace_back(at(S, "5"), Op("v=another name that is not short"));
+    changes.emplace_back(at(M, "5"), Op("kick=1"));
+    std::size_t const before = allocations();
+    failAllocation(failed + 1);
+    for (auto const& [entity, change] : changes) {
+      try {
+        change(*entity);
+        for (Side const side : {S, M, S, M}) {
+          auto const bytes = (*link)[side].pending();
+          (*link)[other(side)].receive(bytes);
+          (*link)[side].sent(bytes.size());
+        }
+      } catch (std::bad_alloc const&) {
+      }
+    }
+    fails = allocations() - before > failed;
+    failAllocation(0);
+    expectValid();
+    changes.clear();
+    if (!(link->error(S) + link->error(M)).empty()) {
+      run("cut connect");
+    }
+    run("move k:last=1 move");
+    expectEqual();
+  }
+  EXPECT_GT(failed, 100U);
+}
+
+}  // namespace
