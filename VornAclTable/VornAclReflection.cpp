@@ -52,6 +52,18 @@ Kro::Ptr<Kro::KroType const> AclKeyToAclIdMapping::_fwkType() {
   return Kro::detail::entityTypeOf<AclKeyToAclIdMapping>(&kroInitVornAclTable);
 }
 
+Kro::Ptr<Kro::Entity::KroNboAttrLogSa> VornAclColl::_Type::childAttrLogIs(
+    Kro::Name const& attribute, Kro::Ptr<Kro::Entity> const& child, Kro::Ptr<Kro::NboAttrLog::Out> const& out) const {
+  auto const parent = Kro::ptrCast<VornAclColl>(child ? child->parent() : nullptr);
+  auto const member = Kro::ptrCast<VornAcl>(child);
+  auto const adapter = parent ? Kro::ptrCast<KroNboAttrLogSa>(static_cast<Entity&>(*parent).kroNboAttrLogSa(
+                                    Kro::Ptr<Kro::NboAttrLog::Out const>(out)))
+                              : nullptr;
+  return adapter && member && child->parentAttr() == attribute.string()
+             ? adapter->aclNboAttrLogAdapterIs(adapter->flagWord(), *member)
+             : nullptr;
+}
+
 }  // namespace Vorn
 
 template class Kro::EntityGenericIfOf<Vorn::VornAcl>;

@@ -40,7 +40,13 @@ class VORNACL_API VornAclColl::GenericIf_ : public Kro::EntityGenericIfOf<VornAc
 };
 
 /// The type object.
-class VORNACL_API VornAclColl::_Type : public Kro::ReflectedEntityType<VornAclColl> {};
+class VORNACL_API VornAclColl::_Type : public Kro::ReflectedEntityType<VornAclColl> {
+ public:
+  /// Gives a member its own adapter on a stream that mirrors the collection, and announces it there. `attribute` is
+  /// "acl". Null where the member is not that one's, and where the collection has no adapter on the stream.
+  Kro::Ptr<Kro::Entity::KroNboAttrLogSa> childAttrLogIs(Kro::Name const& attribute, Kro::Ptr<Kro::Entity> const& child,
+                                                        Kro::Ptr<Kro::NboAttrLog::Out> const& out) const;
+};
 
 /// Reflects an `AclKeyToAclIdMapping`. Derive from it and override `onAttribute` to hear changes.
 class VORNACL_API AclKeyToAclIdMapping::GenericIf_ : public Kro::EntityGenericIfOf<AclKeyToAclIdMapping> {

@@ -64,6 +64,18 @@ Kro::Ptr<Kro::Entity::KroNboAttrLogSa> RootConfig::_Type::childAttrLogIs(
   return nullptr;
 }
 
+Kro::Ptr<Kro::Entity::KroNboAttrLogSa> RootConfigColl::_Type::childAttrLogIs(
+    Kro::Name const& attribute, Kro::Ptr<Kro::Entity> const& child, Kro::Ptr<Kro::NboAttrLog::Out> const& out) const {
+  auto const parent = Kro::ptrCast<RootConfigColl>(child ? child->parent() : nullptr);
+  auto const member = Kro::ptrCast<RootConfig>(child);
+  auto const adapter = parent ? Kro::ptrCast<KroNboAttrLogSa>(static_cast<Entity&>(*parent).kroNboAttrLogSa(
+                                    Kro::Ptr<Kro::NboAttrLog::Out const>(out)))
+                              : nullptr;
+  return adapter && member && child->parentAttr() == attribute.string()
+             ? adapter->chipRootConfigNboAttrLogAdapterIs(adapter->flagWord(), *member)
+             : nullptr;
+}
+
 }  // namespace Vorn
 
 template class Kro::EntityGenericIfOf<Vorn::RootConfig>;

@@ -52,6 +52,12 @@ class VORNACL_API RootConfigColl::GenericIf_ : public Kro::EntityGenericIfOf<Roo
 };
 
 /// The type object.
-class VORNACL_API RootConfigColl::_Type : public Kro::ReflectedEntityType<RootConfigColl> {};
+class VORNACL_API RootConfigColl::_Type : public Kro::ReflectedEntityType<RootConfigColl> {
+ public:
+  /// Gives a member its own adapter on a stream that mirrors the collection, and announces it there. `attribute` is
+  /// "chipRootConfig". Null where the member is not that one's, and where the collection has no adapter on the stream.
+  Kro::Ptr<Kro::Entity::KroNboAttrLogSa> childAttrLogIs(Kro::Name const& attribute, Kro::Ptr<Kro::Entity> const& child,
+                                                        Kro::Ptr<Kro::NboAttrLog::Out> const& out) const;
+};
 
 }  // namespace Vorn

@@ -382,20 +382,32 @@ TEST_F(EntityReflectionTest, anObjectIsHandedOutAsItsOwnTypeAndAsItsBases) {
 
 TEST_F(EntityReflectionTest, aChildGetsAnAdapterOfItsOwn) {
   using Connection = Kro::NboAttrLog::Connection;
-  auto const config = newConfig();
-  auto const type = static_cast<Vorn::RootConfig::_Type const*>(Vorn::RootConfig::_fwkType().get());
+  auto const root = Vorn::rootConfigCollFactory("c");
+  auto const config = root->chipRootConfigIs(1, 2);
+  config->initialize();
   auto const sender = Connection::create(Connection::Role::opener);
-  auto const receiver = Connection::create(Connection::Role::acceptor);
-  sender->rootIs(config);
-  exchange(sender, receiver);
-  Kro::Ptr<Kro::Entity> const child = config->vornAclColl();
-  auto const out = config->kroFirstAdapter()->nboAttrLogOut();
-  auto const adapter = child->kroNboAttrLogSa(Kro::Ptr<Kro::NboAttrLog::Out const>(out));
-  EXPECT_TRUE(adapter);
-  EXPECT_EQ(type->childAttrLogIs("vornAclColl", child, out), adapter);
-  EXPECT_EQ(type->childAttrLogIs("aclKeyToAclId", child, out), nullptr);
-  EXPECT_EQ(type->childAttrLogIs("vornAclColl", config, out), nullptr);
-  exchange(sender, receiver);
+  sender->rootIs(root);
+  auto const& out = sender->out();
+  auto const with = [&]<class X>(Kro::Ptr<X> const&, char const* attribute, Kro::Ptr<Kro::Entity> const& child) {
+    auto const type = static_cast<typename X::_Type const*>(X::_fwkType().get());
+    return type->childAttrLogIs(attribute, child, out);
+  };
+  auto const acls = config->vornAclColl();
+  auto const acl = acls->aclIs(aclId(1), Acl::ip, "a");
+  EXPECT_EQ(with(acls, "acl", acl), nullptr) << "the parent has none yet";
+  auto const adapterOf = [&](Kro::Entity& child) {
+    return child.kroNboAttrLogSa(Kro::Ptr<Kro::NboAttrLog::Out const>(out));
+  };
+  auto const made = with(root, "chipRootConfig", config);
+  EXPECT_TRUE(made && made == adapterOf(*config));
+  EXPECT_TRUE(with(config, "vornAclColl", acls) && adapterOf(*acls));
+  EXPECT_TRUE(with(config, "aclKeyToAclId", config->aclKeyToAclId()) && adapterOf(*config->aclKeyToAclId()));
+  EXPECT_TRUE(with(acls, "acl", acl) && adapterOf(*acl));
+  EXPECT_EQ(with(root, "chipRootConfig", config), made) << "found again";
+  EXPECT_EQ(with(config, "aclKeyToAclId", acls), nullptr);
+  EXPECT_EQ(with(config, "vornAclColl", config), nullptr);
+  EXPECT_EQ(with(root, "chipRootConfigLastFailed", config), nullptr);
+  EXPECT_EQ(with(acls, "acl", nullptr), nullptr);
 }
 
 }  // namespace
