@@ -1,6 +1,7 @@
 // Reflection objects made from short texts, and what an operation comes to in a word.
 #pragma once
 
+#include <cstdio>
 #include <sstream>
 #include <string>
 
@@ -64,6 +65,18 @@ std::string outcomeOf(Action action) {
   } catch (Kro::Exception const& error) {
     return text("E:", error.message());
   }
+}
+
+/// What a command prints.
+inline std::string outputOf(std::string const& command) {
+  std::string output;
+  if (auto* const pipe = popen(command.c_str(), "r")) {
+    for (int c = 0; (c = fgetc(pipe)) != EOF;) {
+      output += static_cast<char>(c);
+    }
+    pclose(pipe);
+  }
+  return output;
 }
 
 }  // namespace VornTest
