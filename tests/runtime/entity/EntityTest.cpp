@@ -9,21 +9,18 @@ using Kro::Ptr;
 Vorn::AclId const aclId(Vorn::ipv4PAcl, 5, Acl::in);
 
 TEST_F(EntityTest, NamesItsPlaceByAPathFromTheRoot) {
-  struct Case {
-    char const* name;
-    char const* root;
-  };
-  for (Case const& c : std::initializer_list<Case>{{"root", "root"},
-                                                   {"", "RootConfigColl"},
-                                                   {"a/b[c]:d", "a\\x2fb\\x5bc\\x5d\\x3ad"},
-                                                   {"'\"\\\t\x7f", "\\x27\\x22\\x5c\\x09\\x7f"},
-                                                   {"gr\xc3\xbc\xc3\x9f e", "gr\xc3\xbc\xc3\x9f e"}}) {
-    Ptr<Vorn::RootConfigColl> root = Vorn::rootConfigCollFactory(c.name);
+  std::pair<char const*, char const*> const roots[] = {{"root", "root"},
+                                                       {"", "RootConfigColl"},
+                                                       {"a/b[c]:d", "a\\x2fb\\x5bc\\x5d\\x3ad"},
+                                                       {"'\"\\\t\x7f", "\\x27\\x22\\x5c\\x09\\x7f"},
+                                                       {"gr\xc3\xbc\xc3\x9f e", "gr\xc3\xbc\xc3\x9f e"}};
+  for (auto const& [name, shown] : roots) {
+    Ptr<Vorn::RootConfigColl> root = Vorn::rootConfigCollFactory(name);
     Ptr<Vorn::RootConfig> const config = root->chipRootConfigIs(5, 1);
     config->initialize();
     Ptr<Vorn::VornAcl> const acl = config->vornAclColl()->aclIs(aclId, Acl::ip, "x/y");
-    std::string const path = c.root + std::string("/chipRootConfig[5]/");
-    EXPECT_EQ(root->fullName().view(), c.root);
+    std::string const path = shown + std::string("/chipRootConfig[5]/");
+    EXPECT_EQ(root->fullName().view(), shown);
     EXPECT_EQ(config->aclKeyToAclId()->fullName().view(), path + "aclKeyToAclId");
     EXPECT_EQ(acl->fullName().view(), path + "vornAclColl/acl[ipv4PAcl:5:in]");
     EXPECT_EQ(acl->uriPath().view(), '/' + path + "vornAclColl/acl[ipv4PAcl:5:in]");
@@ -35,30 +32,23 @@ TEST_F(EntityTest, NamesItsPlaceByAPathFromTheRoot) {
   }
 }
 
+template <class X>
+void expectNames(Ptr<X> const& entity, std::size_t count) {
+  Kro::forEachEntityAttribute<X>([&](auto const& d) { EXPECT_EQ(entity->attributeString(d.id).view(), d.name); });
+  EXPECT_NE(entity->attributeString(static_cast<Kro::AttributeId>(257 + count)).view(), "");
+  EXPECT_EQ(entity->attributeString(static_cast<Kro::AttributeId>(258 + count)).view(), "");
+  EXPECT_EQ(entity->attributeString(257).view(), "");
+  EXPECT_EQ(entity->attributeString(154).view(), "kroHasAttrLogInterface");
+  EXPECT_TRUE(entity->kroHasAttrLogInterface());
+  EXPECT_EQ(entity->mutationCount() + entity->readCount(), 0U) << "nothing of this is counted";
+}
+
 TEST_F(EntityTest, KnowsTheNamesOfItsAttributes) {
-  struct Case {
-    Ptr<Kro::Entity> entity;
-    std::vector<std::string> names;  // from 258 on
-  };
-  for (Case const& c :
-       std::vector<Case>{{Kro::adopt(new Vorn::VornAcl(aclId, Acl::ip, "")),
-                          {"aclId", "aclType", "cliName", "ipRuleById", "macRuleById", "equal"}},
-                         {Vorn::vornAclCollFactory(""), {"acl", "equal"}},
-                         {Vorn::aclKeyToAclIdMappingFactory(""), {"keyToId", "equal"}},
-                         {Vorn::rootConfigFactory("", 1, 1),
-                          {"rootConfigId", "chipId", "active", "vornAclColl", "aclKeyToAclId", "action",
-                           "vornRootKickTime", "vornRootKick", "equal", "initialized", "initialize"}},
-                         {Vorn::rootConfigCollFactory(""), {"chipRootConfig", "chipRootConfigLastFailed"}}}) {
-    std::vector<std::string> names;
-    for (Kro::AttributeId id = 258; !c.entity->attributeString(id).empty(); ++id) {
-      names.emplace_back(c.entity->attributeString(id).view());
-    }
-    EXPECT_EQ(names, c.names);
-    EXPECT_EQ(c.entity->attributeString(257).view(), "");
-    EXPECT_EQ(c.entity->attributeString(154).view(), "kroHasAttrLogInterface");
-    EXPECT_TRUE(c.entity->kroHasAttrLogInterface());
-    EXPECT_EQ(c.entity->mutationCount() + c.entity->readCount(), 0U) << "nothing of this is counted";
-  }
+  expectNames(Kro::adopt(new Vorn::VornAcl(aclId, Acl::ip, "")), 6);
+  expectNames(Vorn::vornAclCollFactory(""), 2);
+  expectNames(Vorn::aclKeyToAclIdMappingFactory(""), 2);
+  expectNames(Vorn::rootConfigFactory("", 1, 1), 11);
+  expectNames(Vorn::rootConfigCollFactory(""), 2);
 }
 
 TEST_F(EntityTest, AuditFindsWhatIsAmiss) {
