@@ -71,14 +71,13 @@ void RootConfigColl::chipRootConfigLastFailedIs(Kro::Ptr<RootConfig const> const
         "allowed\"");
   }
   ChipId const chipId = configuration->chipId();
-  Kro::Ptr<RootConfig const> old;  // held beyond the dispatch: its end tells observers, too
+  Kro::Ptr<RootConfigColl> const held = Kro::share(this);  // the old one's end tells observers, who may drop this
   if (auto* const entry = chipRootConfigLastFailed_.find(chipId)) {
     if (entry->referenced() == configuration) {
       return;
     }
     observers_.reserveDispatch();
     Kro::clearSweepMark(*entry);
-    old = entry->referenced();
     entry->referencedIs(configuration);
   } else {
     observers_.reserveDispatch();

@@ -151,6 +151,10 @@ TEST_F(RootConfigCollTest, TellsTheEndOfMembersThenDropsReferencesSilently) {
   coll->newChipRootConfigLastFailed(stranger);
   auto const w = observeWeakly<ConfigCollSpy>(coll, "W");
   auto const ofStranger = observeWeakly<ConfigSpy>(stranger, "F");
+  stranger = Vorn::rootConfigFactory("another", 7, 2);
+  coll->chipRootConfigLastFailedIs(stranger);
+  EXPECT_EQ(journal.take(), "F:zero W:failed(2)") << "what is replaced goes before the change is told";
+  ofStranger->notifierIs(stranger);
   stranger = nullptr;
   coll = nullptr;
   EXPECT_EQ(journal.take(), "W:zero W:config(5) F:zero");
