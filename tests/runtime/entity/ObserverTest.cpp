@@ -149,14 +149,15 @@ class ObserverModel : public EntityTest {
         silent += state.at == e && state.isWeak && !state.isRegistered ? 1U : 0U;
       }
       std::vector<Kro::NotifieeOf<AclKeyToAclIdMapping, Zil::AclKey> const*> expected, found;
+      auto const& list = entities_[e]->kroObservers();
       for (std::size_t const i : told_[e]) {
         expected.push_back(spies_[i].get());
       }
-      for (auto const* at = entities_[e]->kroObservers().head(); at != nullptr; at = at->kroNext()) {
-        found.push_back(at);
+      for (Kro::ListRaw<Kro::NotifieeOf<AclKeyToAclIdMapping, Zil::AclKey>>::LrIterator it(list); it; ++it) {
+        found.push_back(it.member().get());
       }
       EXPECT_EQ(found, expected) << "who is told, in which order";
-      EXPECT_EQ(entities_[e]->kroObservers().silent().count(), silent);
+      EXPECT_EQ(list.silent().count(), silent);
       EXPECT_EQ(entities_[e]->countWord(), strong);
       EXPECT_EQ(entities_[e]->auditErrors(9), 0U);
     }
@@ -283,6 +284,22 @@ TEST_F(ObserverTest, FailingReportsDoNotStopADestructor) {
   coll = nullptr;
   EXPECT_EQ(journal.take(), "Rethrower:zero Rethrower:!5 Rethrower:acl(ipv4PAcl:5:in) Rethrower:!258");
   EXPECT_FALSE(acl->parent());
+}
+
+TEST_F(ObserverTest, ListsAreReadWhileTheyChange) {
+  Ptr<Vorn::VornAcl> const acl = adopt(new Vorn::VornAcl(aclId, Acl::ip, ""));
+  Ptr<Vorn::VornAcl> const other = adopt(new Vorn::VornAcl(aclId, Acl::ip, ""));
+  std::array<Ptr<AclSpy>, 4> spies;
+  std::generate(spies.begin(), spies.end(), [&] { return observe<AclSpy>(acl, ""); });
+  Vorn::VornAcl::Observers::LrIterator it(acl->kroObservers());
+  spies[1]->isRegisteredNotifieeIs(false);
+  EXPECT_EQ((++it).member(), spies[2]);
+  Kro::BaseCollection const& list = acl->kroObservers();
+  list.iteratorDelete(*list.iteratorSpaceCopy(it));
+  spies[2]->notifierIs(other);
+  spies[3]->notifierIs(other);
+  EXPECT_FALSE(++it) << "the next one there is none of this list";
+  EXPECT_FALSE(++it);
 }
 
 /// Handles of a whole tree and of its observers, dropped in every order.
