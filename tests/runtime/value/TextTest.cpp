@@ -1,13 +1,16 @@
-// The text form of built-ins, and the helpers of every text reader.
+// The text form of built-ins, the helpers of every text reader, and what attribute lists promise: ids without gaps, no
+// field left out, room that suffices.
 #include "runtime/value/Text.h"
 
+#include "runtime/value/Attributes.h"
+#include "runtime/value/ValueOps.h"
 #include "tests/Reading.h"
 
 namespace {
 
 using Kro::String8;
+using VornTest::Bytes;
 using VornTest::expectOutcome;
-using VornTest::outcome;
 
 /// Reads a `T` from the front of a text, up to the character '|' where there is one, and tells what was read and where
 /// the position stands.
@@ -56,13 +59,10 @@ TEST(Text, OfIntegers) {
   EXPECT_TRUE(Kro::valueToStrep(std::uint8_t{65}) == "65") << "a number, no character";
 }
 
-TEST(Text, OfBools) {
+TEST(Text, OfBoolsAndDoubles) {
   expectOutcome(front<bool>, "true @ 4", {"true", "true}", "true|"});
   expectOutcome(front<bool>, "false @ 5", {"false"});
   expectOutcome(front<bool>, "expected true or false at column 0", {"True", " true", "tru", "tru|e", "1", ""});
-}
-
-TEST(Text, OfDoubles) {
   expectOutcome(front<double>, "1000 @ 4", {"+1e3", "1000|"});
   expectOutcome(front<double>, "expected a number at column 0", {"", " 1", "e5", "1e999", "+-1"});
   for (char const* text : {"0.1", "-0", "1e+23", "5e-324", "1.7976931348623157e+308", "nan", "inf", "-inf"}) {
@@ -88,11 +88,67 @@ TEST(Text, OfStrings) {
   String8 const content{std::string_view(all)};
   EXPECT_TRUE(Kro::strepToValue<String8>(Kro::valueToStrep(content)) == content);
   EXPECT_TRUE(Kro::valueToStrep(Kro::Name("it's\\\x7f\xc3\xa4\t")) == "'it\\'s\\\\\\x7f\xc3\xa4\\t'");
+  expectOutcome(VornTest::reread<bool>, "junk at column 4 deserializing true x", {"true x"});
+  expectOutcome(VornTest::reread<String8>, "junk at column 3 deserializing 'a' ", {"'a' "});
 }
 
-TEST(Text, LeavesNoJunkUnseen) {
-  EXPECT_EQ(outcome(VornTest::reread<bool>, "true x"), "junk at column 4 deserializing true x");
-  EXPECT_EQ(outcome(VornTest::reread<String8>, "'a' "), "junk at column 3 deserializing 'a' ");
+/// Two fields, one of them without a bound in the attribute log.
+class Labelled : public Kro::Value<Labelled> {
+ public:
+  Labelled() = default;
+  Labelled(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { Kro::readRecord(*this, it, end); }
+  bool operator==(Labelled const&) const = default;
+  std::size_t logSize() const { return 4 + Kro::logRoom(label_); }
+  struct Attributes;
+
+ private:
+  std::uint32_t number_ = 0;
+  Kro::String8 label_;
+};
+
+struct Labelled::Attributes {
+  using T = Labelled;
+  static constexpr std::string_view typeName = "Labelled";
+  static constexpr auto all = Kro::list(Kro::stored(2, "number", &T::number_), Kro::stored(3, "label", &T::label_));
+};
+static_assert(Kro::isWhollyDescribed<Labelled>());
+static_assert(Kro::Codec<Labelled>::maxSize == Kro::unboundedSize, "no sum may wrap round to a small room");
+
+struct Gap {
+  int a, b;
+  struct Attributes {
+    static constexpr auto all = Kro::list(Kro::stored(2, "a", &Gap::a), Kro::stored(4, "b", &Gap::b));
+  };
+};
+struct Forgetful {
+  int a, b;
+  struct Attributes {
+    static constexpr std::string_view typeName = "Forgetful";
+    static constexpr auto all = Kro::list(Kro::stored(2, "a", &Forgetful::a));
+  };
+};
+static_assert(!Kro::detail::idsRun<Gap>(std::make_index_sequence<2>()), "ids are a promise, a gap is a slip");
+static_assert(Kro::detail::sizeOfFields<Forgetful>(Kro::StoredPositions<Forgetful>()) != sizeof(Forgetful));
+
+TEST(Attributes, OfAnyLengthAreWrittenWhole) {
+  auto const value = Kro::strepToValue<Labelled>("Value('Labelled', ** {'label': '{\\n', 'number': 16909060})");
+  EXPECT_TRUE(Kro::valueToStrep(value) == "Value('Labelled', ** {'number': 16909060, 'label': '{\\n'})");
+  EXPECT_EQ(VornTest::logBytes(value), (Bytes{1, 2, 3, 4, 0, 0, 0, 2, '{', '\n'}));
+}
+
+TEST(Codec, OfBuiltInsUsesNetworkOrder) {
+  EXPECT_EQ(VornTest::logBytes(std::int32_t{-2}), (Bytes{0xff, 0xff, 0xff, 0xfe}));
+  EXPECT_EQ(VornTest::logBytes(1.0), (Bytes{0x3f, 0xf0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(VornTest::logBytes(Kro::EntityId{0x0102030405060708}), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
+  EXPECT_EQ(VornTest::fromLogBytes<double>({0x3f, 0xf0, 0, 0, 0, 0, 0, 0}), 1.0);
+  EXPECT_EQ(VornTest::messageOf<Kro::AttrLogEntityException>([] { VornTest::fromLogBytes<bool>({2}); }),
+            "expected a bool, 0 or 1, not 2");
 }
 
 }  // namespace
+
+template <>
+Kro::Ptr<Kro::KroType const> Kro::Value<Labelled>::_fwkType() {
+  return nullptr;  // no one asks
+}
+template class Kro::Value<Labelled>;
