@@ -41,24 +41,11 @@ std::size_t PtrTrack::live() {
   return tracked().objects.size();
 }
 
-PtrInterface::PtrInterface() {
-  if (ptrifTrackOn_ != 0) {
-    PtrTrack::ptrifAdd(this);
-  }
-}
-
-PtrInterface::PtrInterface(PtrInterface const&) : PtrInterface() {}
-
-PtrInterface::~PtrInterface() {
-  if (ptrifTrackOn_ != 0) {
-    PtrTrack::ptrifDel(this);
-  }
-#ifndef NDEBUG
+void PtrInterface::requireUnheld() const {
   // A dying object is pinned by the runtime's bit; a count left beside it is a pointer that will dangle.
   if ((countWord() & runtimeOwnedBit) != 0 && (countWord() & countMask) != 0) {
     abortOnViolation("Kro::PtrInterface::~PtrInterface(): a pointer to a dying object was kept");
   }
-#endif
 }
 
 void PtrInterface::hasNotificationActiveIs(bool active) { bitIs(notificationActiveBit, active); }

@@ -32,8 +32,12 @@ class VORNACL_API PtrInterface : public VFPtrInterface {
   class NotifieeConst;
   class Notifiee;
 
-  PtrInterface();
-  PtrInterface(PtrInterface const&);
+  PtrInterface() {
+    if (ptrifTrackOn_ != 0) [[unlikely]] {
+      PtrTrack::ptrifAdd(this);
+    }
+  }
+  PtrInterface(PtrInterface const&) : PtrInterface() {}
   PtrInterface& operator=(PtrInterface const&) { return *this; }
 
   /// Sets or clears bit 29 of the count word; observers also link or unlink themselves.
@@ -46,7 +50,14 @@ class VORNACL_API PtrInterface : public VFPtrInterface {
   virtual void zeroReferencesIs(bool);
   /// The object's type descriptor, null where it has none.
   virtual Ptr<KroType const> fwkType() const;
-  virtual ~PtrInterface();
+  virtual ~PtrInterface() {
+    if (ptrifTrackOn_ != 0) [[unlikely]] {
+      PtrTrack::ptrifDel(this);
+    }
+#ifndef NDEBUG
+    requireUnheld();
+#endif
+  }
 
   /// Drops one reference; releases the object when none is left and the runtime does not own it. Returns the masked
   /// result of this subtraction, also when the object is gone by then.
@@ -73,6 +84,8 @@ class VORNACL_API PtrInterface : public VFPtrInterface {
 
  private:
   void handleZeroRef() const;
+  /// Stops the program where a pointer to this dying object was kept.
+  void requireUnheld() const;
 };
 
 }  // namespace Kro

@@ -2,16 +2,6 @@
 
 namespace Kro {
 
-PtrInterface::NotifieeConst::NotifieeConst() : flagWord_(writableBit) { PtrInterface::hasNotificationActiveIs(true); }
-
-PtrInterface::NotifieeConst::~NotifieeConst() {
-  if (notifier_ != nullptr && !weak_) {
-    notifier_->referencesDec();
-  }
-}
-
-PtrInterface::Notifiee::~Notifiee() = default;
-
 void PtrInterface::NotifieeConst::hasNotificationActiveIs(bool active) {
   if (active == hasNotificationActive()) {
     return;

@@ -23,10 +23,14 @@ class VORNACL_API PtrInterface::NotifieeConst : public PtrInterface {
   static constexpr std::uint32_t reactorRunningBit = 0x10;    ///< bit 4: a stream adapter is applying a message
 
   /// Constructed detached, with notification active.
-  NotifieeConst();
+  NotifieeConst() : flagWord_(writableBit) { bitIs(notificationActiveBit, true); }
   NotifieeConst(NotifieeConst const&) = delete;
   NotifieeConst& operator=(NotifieeConst const&) = delete;
-  ~NotifieeConst() override;
+  ~NotifieeConst() override {
+    if (notifier_ != nullptr && !weak_) {
+      notifier_->referencesDec();
+    }
+  }
 
   /// Switching off unlinks the observer and remembers whether it was registered; switching on restores exactly that.
   void hasNotificationActiveIs(bool active) override;
@@ -97,9 +101,6 @@ class VORNACL_API PtrInterface::NotifieeConst : public PtrInterface {
 };
 
 /// An observer that may change what it observes.
-class VORNACL_API PtrInterface::Notifiee : public PtrInterface::NotifieeConst {
- public:
-  ~Notifiee() override;
-};
+class VORNACL_API PtrInterface::Notifiee : public PtrInterface::NotifieeConst {};
 
 }  // namespace Kro
