@@ -23,7 +23,7 @@ Load const load;
 // The full names of the library's types, for tools that look into its file: NUL-terminated, nothing between them, and
 // referred to from nowhere.
 #if defined(__GNUC__) && defined(__ELF__)
-[[gnu::used, gnu::section(".kro.type")]] char const typeNames[] =
+[[gnu::used, gnu::retain, gnu::section(".kro.type")]] char const typeNames[] =
     "Vorn::GenRange\0"
     "Vorn::GenRangeType\0"
     "Vorn::L4PortRange\0"
