@@ -76,6 +76,7 @@ void EntityGenericIfOf<X>::deliver(D const&, bool inBulk) {
 
 template <class X>
 void EntityGenericIfOf<X>::handleNotification(ActivityConfig* config) {
+  Ptr<GenericIf> const held = share<GenericIf>(this);  // a handler may drop the last handle
   AttributeId const pending = takePending();
   bool const all = pending == ActivityConfig::several || pending == ActivityConfig::bulk;
   if (all) {

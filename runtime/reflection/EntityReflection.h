@@ -169,6 +169,11 @@ class VORNACL_API EntityGenericIfOf : public GenericIfEntity {
  public:
   ~EntityGenericIfOf() override;
 
+  /// A reflection object of a new entity, made from its constructor's parameters in order.
+  static Ptr<GenericIf> genericIfListConstructor(Ptr<GenericIf const> const& list) {
+    return fwkTypeOf<X>()->genericIf(list.get(), false);
+  }
+
   Ptr<X> obj() const { return share(entity()); }
   X* entity() const { return static_cast<X*>(rawEntity()); }
 
@@ -199,14 +204,21 @@ class VORNACL_API EntityGenericIfOf : public GenericIfEntity {
  private:
   template <class D>
   class IteratorState;
-  using Operation = Ptr<GenericIf> (EntityGenericIfOf::*)(AttributeOp const&, Ptr<GenericIf const> const&,
-                                                          Ptr<GenericIf> const&);
+  using Operation = Ptr<GenericIf> (*)(EntityGenericIfOf&, AttributeOp const&, Ptr<GenericIf const> const&,
+                                       Ptr<GenericIf> const&);
   /// Does `op` on the I-th attribute.
   template <std::size_t I>
-  Ptr<GenericIf> attributeAt(AttributeOp const& op, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg);
+  static Ptr<GenericIf> attributeAt(EntityGenericIfOf& self, AttributeOp const& op, Ptr<GenericIf const> const& index,
+                                    Ptr<GenericIf> const& arg);
+  /// The same for all but the common case, a read that cannot fail: errors can name the place.
+  template <std::size_t I>
+  [[gnu::noinline]] Ptr<GenericIf> placedOp(AttributeOp const& op, Ptr<GenericIf const> const& index,
+                                            Ptr<GenericIf> const& arg);
   template <std::size_t... I>
   static constexpr auto operationTable(std::index_sequence<I...>);
   Ptr<GenericIf> baseAttributeOp(AttributeOp const& op, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg);
+  template <class D>
+  Ptr<GenericIf> readPlain(D const& d);
   template <class D>
   Ptr<GenericIf> plain(D const& d, AttributeOp const& op, Ptr<GenericIf> const& arg);
   template <class D>

@@ -90,6 +90,18 @@ constexpr std::span<std::string_view const> parametersOf(D const& d) {
 
 }  // namespace detail
 
+template <class X>
+template <class D>
+Ptr<GenericIf> EntityGenericIfOf<X>::readPlain(D const& d) {
+  X const& object = *entity();
+  object.kroCountRead();
+  if constexpr (D::kind == AttributeKind::child) {
+    return reflectEntity(object.*(d.field), isConst());
+  } else {
+    return genericIfOf<typename D::Type>(object.*(d.field), isConst());
+  }
+}
+
 /// Reads, writes, creates, removes or calls an attribute without key.
 template <class X>
 template <class D>
@@ -100,24 +112,16 @@ Ptr<GenericIf> EntityGenericIfOf<X>::plain(D const& d, AttributeOp const& op, Pt
       return detail::callWith(d.call, object, arg.get(), d.arguments, d.name, isConst());
     }
   } else if constexpr (D::kind == AttributeKind::child) {
-    if (op.opId == AttributeOp::read) {
-      return reflectEntity((object.*(d.get))(), isConst());
-    }
     if (op.opId == AttributeOp::write) {
       return reflectEntity((object.*(d.set))(detail::takeName(arg.get(), d.name)), isConst());
     }
     if (op.opId == AttributeOp::del) {
       return reflectEntity((object.*(d.del))(), isConst());
     }
-  } else {
-    if (op.opId == AttributeOp::read) {
-      return genericIfOf<typename D::Type>((object.*(d.get))(), isConst());
-    }
-    if constexpr (D::kind != AttributeKind::parameter) {
-      if (op.opId == AttributeOp::write) {
-        (object.*(d.set))(detail::Argument<typename D::Type>::as(arg.get(), d.name));
-        return nullptr;
-      }
+  } else if constexpr (D::kind != AttributeKind::parameter) {
+    if (op.opId == AttributeOp::write) {
+      (object.*(d.set))(detail::Argument<typename D::Type>::as(arg.get(), d.name));
+      return nullptr;
     }
   }
   throwOpNotSupportedException(String8(d.name), op.opId, false);
@@ -182,6 +186,7 @@ Ptr<GenericIf> EntityGenericIfOf<X>::keyed(D const& d, AttributeOp const& op, Pt
         }
       }
     case AttributeOp::size:
+      object.kroCountRead();
       return genericIfOf<std::uint32_t>(map.size(), isConst());
     case AttributeOp::version:
       return genericIfOf<std::uint32_t>(map.version(), isConst());
@@ -196,23 +201,31 @@ Ptr<GenericIf> EntityGenericIfOf<X>::keyed(D const& d, AttributeOp const& op, Pt
         return reflectEntity((object.*(d.del))(key()), isConst());
       }
     default:
-      throwOpNotSupportedException(String8(d.name), op.opId, true);
+      throwOpNotSupportedException(String8(d.name), op.opId, false);
   }
 }
 
 template <class X>
 template <std::size_t I>
-Ptr<GenericIf> EntityGenericIfOf<X>::attributeAt(AttributeOp const& op, Ptr<GenericIf const> const& index,
-                                                 Ptr<GenericIf> const& arg) {
+Ptr<GenericIf> EntityGenericIfOf<X>::attributeAt(EntityGenericIfOf& self, AttributeOp const& op,
+                                                 Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg) {
+  if constexpr (requires { typename EntityAttributeType<X, I>::Type; }) {  // neither a collection nor a function
+    if (op.opId == AttributeOp::read && !index && self.entity() != nullptr) {
+      return self.readPlain(entityAttribute<X, I>);
+    }
+  }
+  return self.placedOp<I>(op, index, arg);
+}
+
+template <class X>
+template <std::size_t I>
+Ptr<GenericIf> EntityGenericIfOf<X>::placedOp(AttributeOp const& op, Ptr<GenericIf const> const& index,
+                                              Ptr<GenericIf> const& arg) {
   constexpr auto& d = entityAttribute<X, I>;
   using D = EntityAttributeType<X, I>;
   constexpr bool isCollection =
       D::kind == AttributeKind::values || D::kind == AttributeKind::members || D::kind == AttributeKind::references;
-  if constexpr (!isCollection && D::kind != AttributeKind::function) {
-    if (op.opId == AttributeOp::read && !index && entity() != nullptr) {  // the common case needs no place
-      return plain(d, op, arg);
-    }
-  }
+  Ptr<GenericIf> const held = share<GenericIf>(this);  // an observer of the change may drop the last handle
   Ptr<KroType const> const own = type();
   ReflectionPlace const place(*own, D::id, d.name, op.opId, detail::operationsOf<D>(), detail::parametersOf(d));
   if (!isCollection && index) {
@@ -238,7 +251,7 @@ Ptr<GenericIf> EntityGenericIfOf<X>::attributeOp(AttributeOp const& op, Ptr<Gene
   static constexpr auto table = operationTable(std::make_index_sequence<entityAttributeCount<X>>());
   requireModifiable(op);
   auto const position = op.attributeId - std::uint32_t{firstEntityAttributeId};  // ids run without gaps
-  return position < table.size() ? (this->*table[position])(op, index, arg) : baseAttributeOp(op, index, arg);
+  return position < table.size() ? table[position](*this, op, index, arg) : baseAttributeOp(op, index, arg);
 }
 
 /// The key of a member, and the attribute that tells whether the entity can be mirrored.

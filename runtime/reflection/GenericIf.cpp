@@ -2,7 +2,6 @@
 
 namespace Kro {
 
-GenericIf::~GenericIf() = default;
 GenericIf::AttributeIteratorConst::State::~State() = default;
 
 Ptr<KroType const> GenericIf::type() const { return nullptr; }

@@ -34,8 +34,6 @@ class VORNACL_API GenericIf : public PtrInterface::Notifiee {
     OpId opId = read;
   };
 
-  ~GenericIf() override;
-
   /// The type of the value or entity.
   virtual Ptr<KroType const> type() const;
   /// The address of the held value (of the entity) for its own type; throws `TypeException` for any other.

@@ -16,10 +16,11 @@ namespace Kro {
 template <class T>
 class ValueGenericIf;
 
-/// A reflection object of a copy of `value`.
+/// A reflection object of a copy of `value`. Inline wherever an attribute is read: a call costs as much as the rest of
+/// the object's making.
 template <class T>
-Ptr<GenericIf> genericIfOf(T const& value, bool isConst = false) {
-  return ValueGenericIf<T>::GenericIf_Is(value, isConst);
+[[gnu::always_inline]] inline Ptr<GenericIf> genericIfOf(T const& value, bool isConst = false) {
+  return adopt(new ValueGenericIf<T>(value, isConst));
 }
 
 namespace detail {
@@ -122,6 +123,22 @@ class VORNACL_API ValueGenericIf : public GenericIf {
   Ptr<GenericIf> attributeOp(AttributeOp const& op, Ptr<GenericIf const> const& index,
                              Ptr<GenericIf> const& arg) override;
   Ptr<GenericIf> clone() override { return GenericIf_Is(value_, isConst()); }
+  /// One read follows the other, and each object goes before the next one comes: the memory of the last one is kept for
+  /// the next, in optimised builds and while no counted object is shared between threads.
+  static void* operator new(std::size_t size) {
+    if (keepsSpare && spare_ != nullptr && size == sizeof(ValueGenericIf) && enableThreadSafePointers == 0) {
+      return std::exchange(spare_, nullptr);
+    }
+    return PtrInterface::operator new(size);
+  }
+  static void operator delete(void* object, std::size_t size) noexcept {
+    if (keepsSpare && spare_ == nullptr && size == sizeof(ValueGenericIf) && enableThreadSafePointers == 0) {
+      spare_ = object;
+    } else {
+      PtrInterface::operator delete(object, size);
+    }
+  }
+
   /// Replaces the whole value, without checks and without notification, on a const object, too.
   virtual void valIs(T const& value) { value_ = value; }
 
@@ -134,14 +151,26 @@ class VORNACL_API ValueGenericIf : public GenericIf {
   Ptr<GenericIf> readAttribute() const;
   template <std::size_t I>
   static std::span<std::string_view const> parametersOf();
-  using Operation = Ptr<GenericIf> (ValueGenericIf::*)(AttributeOp const&, Ptr<GenericIf const> const&,
-                                                       Ptr<GenericIf> const&);
+  using Operation = Ptr<GenericIf> (*)(ValueGenericIf&, AttributeOp const&, Ptr<GenericIf const> const&,
+                                       Ptr<GenericIf> const&);
   /// Does `op` on the I-th attribute.
   template <std::size_t I>
-  Ptr<GenericIf> attributeAt(AttributeOp const& op, Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg);
+  static Ptr<GenericIf> attributeAt(ValueGenericIf& self, AttributeOp const& op, Ptr<GenericIf const> const& index,
+                                    Ptr<GenericIf> const& arg);
+  /// The same for all but the common case, a read that cannot fail: errors can name the place.
+  template <std::size_t I>
+  [[gnu::noinline]] Ptr<GenericIf> placedOp(AttributeOp const& op, Ptr<GenericIf const> const& index,
+                                            Ptr<GenericIf> const& arg);
   /// What to do for each id from 2 on.
   template <std::size_t... I>
   static constexpr auto operationTable(std::index_sequence<I...>);
+
+#if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__)
+  static constexpr bool keepsSpare = true;
+#else
+  static constexpr bool keepsSpare = false;  // each object is seen by itself
+#endif
+  static inline void* spare_ = nullptr;
 
   T value_;
 };
@@ -190,15 +219,22 @@ Ptr<ValueGenericIf<T>> ValueGenericIf<T>::fromList(GenericIf const* list) {
 
 template <class T>
 template <std::size_t I>
-Ptr<GenericIf> ValueGenericIf<T>::attributeAt(AttributeOp const& op, Ptr<GenericIf const> const& index,
-                                              Ptr<GenericIf> const& arg) {
-  constexpr auto& d = At<T, I>::info;
-  constexpr bool isFunction = requires { d.call; };
-  if constexpr (!isFunction) {
-    if (op.opId == AttributeOp::read && !index) {  // the common case, which cannot fail, needs no place
-      return readAttribute<I>();
+Ptr<GenericIf> ValueGenericIf<T>::attributeAt(ValueGenericIf& self, AttributeOp const& op,
+                                              Ptr<GenericIf const> const& index, Ptr<GenericIf> const& arg) {
+  if constexpr (!requires { At<T, I>::info.call; }) {
+    if (op.opId == AttributeOp::read && !index) {
+      return self.readAttribute<I>();
     }
   }
+  return self.placedOp<I>(op, index, arg);
+}
+
+template <class T>
+template <std::size_t I>
+Ptr<GenericIf> ValueGenericIf<T>::placedOp(AttributeOp const& op, Ptr<GenericIf const> const& index,
+                                           Ptr<GenericIf> const& arg) {
+  constexpr auto& d = At<T, I>::info;
+  constexpr bool isFunction = requires { d.call; };
   constexpr bool isWritable = requires { (value_.*(d.set))(std::declval<typename At<T, I>::Type>()); };
   Ptr<KroType const> const own = type();
   ReflectionPlace const place(*own, d.id, d.name, op.opId, isWritable ? "0 or 128" : "0", parametersOf<I>());
@@ -277,7 +313,7 @@ Ptr<GenericIf> ValueGenericIf<T>::attributeOp(AttributeOp const& op, Ptr<Generic
       static constexpr auto table = operationTable(std::make_index_sequence<attributeCount<T>>());
       auto const position = op.attributeId - 2U;  // ids run without gaps
       if (position < table.size() && table[position] != nullptr) {
-        return (this->*table[position])(op, index, arg);
+        return table[position](*this, op, index, arg);
       }
     }
     return GenericIf::attributeOp(op, index, arg);

@@ -237,6 +237,7 @@ TEST(AttributeOpsTest, listConstructorsTakeTheirParametersInOrder) {
   EXPECT_EQ(outcomeOf([] { return value("Vorn::ChipId 1x"); }), "E:junk at column 1 deserializing 1x");
   EXPECT_THROW(Kro::KroType("No::Type").genericIf("1", false), Kro::ReflectionException);
   EXPECT_EQ(outcomeOf([] { return Vorn::AceIndex::GenericIf_::genericIfListConstructor(none); }), "T:List");
+  EXPECT_EQ(outcomeOf([] { return Vorn::VornAclColl::GenericIf_::genericIfListConstructor(list("")); }), "T:name");
   EXPECT_EQ(outcomeOf([] { return typeOf("Vorn::ChipId")->genericIf(value("U16 1").get(), false); }),
             "T:Kro::GenericIf::List_");
 }

@@ -129,6 +129,7 @@ TEST_F(EntityReflectionTest, readsCountAsTheAccessorsDo) {
              {"parameter", [&] { object->attribute("cliName"); }, {0, 1}, ""},
              {"present", [&] { object->attribute("ipRuleById", held(at(1))); }, {0, 1}, ""},
              {"absent", [&] { object->attribute("ipRuleById", held(at(2))); }, {0, 1}, ""},
+             {"size", [&] { object->attributeOp(operation(261, Op::size), nullptr, nullptr); }, {0, 1}, ""},
              {"write", [&] { object->attributeOp(operation(261, 128), held(at(2)), held(rule(2))); }, {1, 0}, ""},
              {"delete", [&] { object->attributeOp(operation(261, 129), held(at(2)), nullptr); }, {1, 0}, ""},
              {"delete, absent", [&] { object->attributeOp(operation(261, 129), held(at(2)), nullptr); }, {0, 0}, ""}});
@@ -265,6 +266,21 @@ TEST_F(EntityReflectionTest, aReflectionObjectMayGoWhileItIsTold) {
   acl->ipRuleByIdIs(at(2), {});
   EXPECT_EQ(journal.take(), "A:ip(2.0.0) A:ip(3.0.0)");
   EXPECT_EQ(acl->auditErrors(9), 0U);
+  // Of two attributes that wait, the first one's handler drops the object; and an observer drops it while it writes.
+  Kro::ActivityScheduler scheduler;
+  object = hear(newAcl());
+  object->activitySchedulerIs(&scheduler);
+  object->obj()->ipRuleByIdIs(at(1), {});
+  object->obj()->macRuleByIdIs(at(1), {});
+  object->act = [&] { object = nullptr; };
+  object->activitySchedulerIs(nullptr);
+  EXPECT_EQ(journal.take(), "R:261(1) R:262(1)");
+  auto config = Vorn::rootConfigFactory("root", 5, 1);
+  Ptr<GenericIf> writer = Kro::reflectionOf(config);
+  auto const spy = observeWeakly<ConfigSpy>(std::exchange(config, nullptr), "C", [&] { writer = nullptr; });
+  auto const child = writer->attributeOp(operation(261, Op::write), nullptr, list("Kro::Name 'acls'"));
+  EXPECT_FALSE(writer);
+  EXPECT_EQ(child->strRep(), "'acls'") << "its parent is gone";
 }
 
 TEST_F(EntityReflectionTest, deferredChangesAreToldWhenTheSchedulerIsStepped) {
