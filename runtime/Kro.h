@@ -7,5 +7,7 @@
 #include "runtime/core/String8.h"
 #include "runtime/entity/Entity.h"
 #include "runtime/log/Connection.h"
+#include "runtime/reflection/IntrospectionReactor.h"
+#include "runtime/reflection/Path.h"
 #include "runtime/type/KroType.h"
 #include "runtime/value/Value.h"
