@@ -164,9 +164,8 @@ struct Message {
   }
 
   std::string read() {
-    require((flags & 2) == 0, "the second flag is set");
     std::string line = kind <= 1 ? word() : progress();
-    require(in.rest.empty(), "bytes left over");
+    require((flags & 2) == 0 && in.rest.empty(), "the second flag is set, or bytes are left over");
     return line;
   }
   std::string progress() {
@@ -278,24 +277,24 @@ std::string Reader::valueText(std::string_view type, std::string_view bytes) {
 }
 
 void Reader::feed(std::string_view bytes) try {
-  pending_ += bytes;
-  for (std::uint64_t used = 0; error_.empty() && pending_.size() >= (offset_ == 0 ? 16 : 18); offset_ += used) {
-    Payload in{pending_};
-    Tree::End &from = tree_.ends[sender_], &to = tree_.ends[1 - sender_];
-    if (offset_ == 0) {
+  pending += bytes;
+  for (std::uint64_t used = 0; error.empty() && pending.size() >= (offset == 0 ? 16 : 18); offset += used) {
+    Payload in{pending};
+    Tree::End &from = tree.ends[sender], &to = tree.ends[1 - sender];
+    if (offset == 0) {
       require(in.take(4) == "KroL" && in.number(2) == 1, "another magic or version");
-      require(in.number(2) == static_cast<unsigned>(sender_), "another role");
+      require(in.number(2) == static_cast<unsigned>(sender), "another role");
       from.largestPayload = in.number(4), from.longestString = in.number(4);
       used = 16;
     } else {
       used = 18 + in.number(4, to.largestPayload);
-      if (pending_.size() < used) return;
-      lines_.push_back(Message{tree_, sender_, {std::string_view(pending_).substr(0, used), to.longestString}}.read());
+      if (pending.size() < used) return;
+      lines.push_back(Message{tree, sender, {std::string_view(pending).substr(0, used), to.longestString}}.read());
     }
-    pending_.erase(0, used);
+    pending.erase(0, used);
   }
 } catch (std::runtime_error const& fault) {
-  error_ = std::string(fault.what()) + ", in the message at byte " + std::to_string(offset_);
+  error = std::string(fault.what()) + ", in the message at byte " + std::to_string(offset);
 }
 
 void Tree::spend(Id id) {

@@ -47,28 +47,18 @@ struct Tree {
 };
 
 /// Reads one direction. It stops at the first fault.
-class Reader {
- public:
-  /// `sender` is 1 where the opener writes, 0 where the acceptor does. `tree` must outlive the reader.
-  Reader(Tree& tree, int sender) : tree_(tree), sender_(sender) {}
-
+struct Reader {
   /// Takes the next bytes, in pieces of any size.
   void feed(std::string_view bytes);
-  /// Each whole message so far, without the preface.
-  std::vector<std::string> const& lines() const { return lines_; }
-  /// The first rule broken, with the offset of its message; empty while there is none.
-  std::string const& error() const { return error_; }
-  /// True between messages: nothing of a message has come that is not whole.
-  bool idle() const { return pending_.empty(); }
   /// The text of a value or key of a type of the page, from all of its bytes.
   static std::string valueText(std::string_view type, std::string_view bytes);
 
- private:
-  Tree& tree_;
-  int sender_;
-  std::string pending_, error_;
-  std::uint64_t offset_ = 0;
-  std::vector<std::string> lines_;
+  Tree& tree;
+  int sender;                      ///< 1 where the opener writes, 0 where the acceptor does
+  std::vector<std::string> lines;  ///< each whole message so far, without the preface
+  std::string error;               ///< the first rule broken, with the offset of its message
+  std::string pending;             ///< of a message that is not whole
+  std::uint64_t offset = 0;
 };
 
 }  // namespace Second

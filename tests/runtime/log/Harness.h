@@ -84,29 +84,32 @@ class Link {
   }
   ~Link() {
     for (Side const side : {M, S}) {
-      std::string const& error = readers_[side].error();
+      std::string const& error = readers_[side].error;
       EXPECT_TRUE(error.empty() || (!fault.empty() && error.rfind(fault, 0) == 0)) << error << ": " << recorded(side);
     }
   }
   LogConnection& operator[](Side side) { return *ends[side]; }
 
-  /// Takes what the end offers at once, and says it.
-  bool pull(Side side) {
+  /// Takes what the end offers at once, or at most so much, and says it.
+  bool pull(Side side, std::size_t most = SIZE_MAX) {
     auto const bytes = ends[side]->pending();
-    std::string const taken(reinterpret_cast<char const*>(bytes.data()), bytes.size());
+    std::string const taken(reinterpret_cast<char const*>(bytes.data()), std::min(most, bytes.size()));
     ends[side]->sent(taken.size());
     if (reads) {
       readers_[side].feed(taken);
+      stream[side] += taken;
     }
     wire_[side] += taken;
-    stream[side] += taken;
     return !taken.empty();
   }
-  /// Hands the bytes on the way to the peer.
-  void deliver(Side side) { receive(other(side), std::exchange(wire_[side], {})); }
-  void receive(Side side, std::string_view bytes) {
-    ends[side]->receive({reinterpret_cast<std::uint8_t const*>(bytes.data()), bytes.size()});
+  /// Hands bytes on the way to the peer.
+  bool deliver(Side side, std::size_t most = SIZE_MAX) {
+    std::string const bytes = wire_[side].substr(0, most);
+    wire_[side].erase(0, bytes.size());
+    receive(other(side), bytes);
+    return !bytes.empty();
   }
+  void receive(Side side, std::string_view bytes) { ends[side]->receive(bytesOf(bytes)); }
   /// Moves everything until nothing moves.
   void move() {
     for (bool moves = true; moves;) {
@@ -119,13 +122,13 @@ class Link {
   }
   /// What an end wrote since it was asked last, or ever.
   std::string lines(Side side) {
-    std::size_t const from = std::exchange(said_[side], readers_[side].lines().size());
+    std::size_t const from = std::exchange(said_[side], readers_[side].lines.size());
     return recorded(side, from);
   }
   std::string recorded(Side side, std::size_t from = 0) const {
     std::string text;
-    for (; from < readers_[side].lines().size(); ++from) {
-      text += (text.empty() ? "" : "; ") + readers_[side].lines()[from];
+    for (; from < readers_[side].lines.size(); ++from) {
+      text += (text.empty() ? "" : "; ") + readers_[side].lines[from];
     }
     return text;
   }
@@ -143,7 +146,7 @@ class Link {
   std::string fault;  ///< the rule that a test lets both ends break
 
  private:
-  Second::Reader readers_[2] = {{tree, M}, {tree, S}};
+  Second::Reader readers_[2] = {{tree, M, {}, {}, {}}, {tree, S, {}, {}, {}}};
   std::size_t said_[2] = {0, 0};
   std::string wire_[2];
 };

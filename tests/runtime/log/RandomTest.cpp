@@ -1,20 +1,14 @@
 // Whole systems in one process, each from one seed: a sender, up to three mirrors, connections that fill, stall, break
 // at any byte and come again, random changes on one or both ends and in handlers. Whenever such a system comes to rest,
 // all its trees must be equal. VORNACL_SEED=n runs that seed alone, VORNACL_OPERATIONS=n more or fewer changes.
-#include <array>
 #include <cstdlib>
 #include <iterator>
 #include <random>
-#include <sstream>
 
-#include "runtime/log/Connection.h"
-#include "tests/runtime/log/Trees.h"
+#include "tests/runtime/log/Harness.h"
 
 namespace VornTest {
 namespace {
-
-using Kro::NboAttrLog::Connection;
-using Kro::NboAttrLog::Limits;
 
 enum class Writers { sender, both, handlersToo };
 char const* const writerNames[] = {"senderWrites", "bothEndsWrite", "handlersWriteToo"};
@@ -70,38 +64,31 @@ class System {
   /// One change and what else happens meanwhile.
   void step() {
     reactions_ = writers_ == Writers::handlersToo ? 4 : 0;
-    switch (random_.below(60)) {
-      case 0:
-        return heal();
-      case 1:
-      case 2:
-      case 3:
-        anyMirror().blocked[random_.below(2)] = random_.chance(60);
-        break;
-      case 4:
-        close(anyMirror());
-        break;
-      case 5:
-      case 6: {
-        Node& node = anyMirror();
-        close(node);
-        if (random_.chance(20)) {
-          node.roots.assign(node.roots.size(), nullptr);
-        }
-        connect(node);
-        break;
+    std::uint32_t const event = random_.below(60);
+    Node& node = anyMirror();
+    if (event == 0) {
+      return heal();
+    }
+    if (event <= 3) {
+      node.blocked[random_.below(2)] = random_.chance(60);
+    } else if (event <= 6) {
+      close(node);
+      if (random_.chance(20)) {
+        node.roots.assign(node.roots.size(), nullptr);
       }
-      default:
-        break;
+      if (event > 4) {
+        connect(node);
+      }
     }
     Node& away = anyMirror();
-    if (!away.isConnected() && random_.chance(30)) {
+    if (!away.link && random_.chance(30)) {
       changeSomewhere(away);  // in any mode: the next transfer takes that back
     }
     changeSomewhere(writers_ == Writers::sender || random_.chance(50) ? nodes_[0] : anyMirror());
     for (std::size_t i = random_.below(2 * nodes_.size()); i > 0; --i) {
-      Node& node = anyMirror();
-      random_.chance(60) ? take(node, random_.below(2)) : deliver(node, random_.below(2));
+      Node& busy = anyMirror();
+      Side const side = random_.chance(50) ? S : M;
+      random_.chance(60) ? take(busy, side) : deliver(busy, side);
     }
     if (random_.chance(10)) {
       audit();
@@ -119,33 +106,34 @@ class System {
   }
 
  private:
-  /// A sender or a mirror, and the connection between the sender (side 0) and the mirror (side 1).
+  /// A sender or a mirror, and the connection between the two.
   struct Node {
     std::vector<Ptr<Entity>> roots;  ///< null where they have not come yet
     Journal journal;
     std::unique_ptr<Watch> watch;
-    std::array<Ptr<Connection>, 2> end;
-    std::array<Bytes, 2> flight;
-    std::array<bool, 2> blocked{};
+    std::shared_ptr<Link> link;  ///< of a mirror
+    Side sender = S;
+    bool blocked[2] = {false, false};
     std::uint32_t chunk = 1;
-    bool isConnected() const { return end[0] != nullptr; }
   };
 
   Node& anyMirror() { return nodes_[1 + random_.below(nodes_.size() - 1)]; }
 
   // --- connections ---
 
+  Limits limits() {
+    Limits limits;
+    limits.bufferedBytes = random_.chance(30) ? 0 : 1U << random_.below(13);
+    return limits;
+  }
   void connect(Node& node) {
     node.chunk = random_.chance(30) ? 4 : random_.chance(50) ? 100 : 10000;
-    node.blocked = {};
-    unsigned const opener = random_.below(2);
-    for (unsigned side = 0; side < 2; ++side) {
-      Limits limits;
-      limits.bufferedBytes = random_.chance(30) ? 0 : 1U << random_.below(13);
-      node.end[side] =
-          Connection::create(side == opener ? Connection::Role::opener : Connection::Role::acceptor, limits);
-    }
-    node.end[1]->onRootIs([this, &node](Ptr<Entity> const& root) {
+    node.blocked[S] = node.blocked[M] = false;
+    node.sender = random_.chance(50) ? S : M;
+    node.link = std::make_shared<Link>(limits(), limits());
+    node.link->reads = writers_ == Writers::sender;
+    Ptr<LogConnection> const from = node.link->ends[node.sender], to = node.link->ends[other(node.sender)];
+    to->onRootIs([this, &node](Ptr<Entity> const& root) {
       for (std::size_t i = 0; i < node.roots.size(); ++i) {
         if (root->name() == nodes_[0].roots[i]->name()) {
           node.roots[i] = root;
@@ -155,74 +143,59 @@ class System {
     });
     for (std::size_t i = 0; i < node.roots.size(); ++i) {
       if (node.roots[i]) {
-        node.end[1]->rootOffer(node.roots[i]);
+        to->rootOffer(node.roots[i]);
       }
       Ptr<Entity> const root = nodes_[0].roots[i];
-      node.end[0]->rootIs(root);
+      from->rootIs(root);
       if (random_.chance(20)) {
-        using Sa = Entity::KroNboAttrLogSa;
-        root->kroNboAttrLogSa(Ptr<Kro::NboAttrLog::Out const>(node.end[0]->out()))
-            ->stateIs(random_.chance(50) ? Sa::deferredBit : Sa::deferredBit | Sa::forceDeferBit, true);
+        unsigned const deferred = Sa::deferredBit | (random_.chance(50) ? Sa::forceDeferBit : 0U);
+        root->kroNboAttrLogSa(Ptr<Kro::NboAttrLog::Out const>(from->out()))->stateIs(deferred, true);
       }
     }
   }
   void close(Node& node) {
-    for (unsigned side = 0; side < 2; ++side) {
-      if (Ptr<Connection> const end = std::exchange(node.end[side], nullptr)) {
-        EXPECT_EQ(end->lastError(), "");
-        end->close("cut");
-      }
-      node.flight[side].clear();
+    if (auto const link = std::exchange(node.link, nullptr)) {
+      EXPECT_EQ(link->error(S) + link->error(M), "");
+      (*link)[S].close("cut");
+      (*link)[M].close("cut");
     }
   }
   /// Bytes leave a connection for the wire.
-  bool take(Node& node, unsigned side, bool always = false) {
-    Ptr<Connection> const end = node.end[side];
-    if (!end || (node.blocked[side] && !always)) {
-      return false;
-    }
-    auto const bytes = end->pending();
-    std::size_t const n = std::min<std::size_t>(bytes.size(), 1 + random_.below(node.chunk));
-    node.flight[side].insert(node.flight[side].end(), bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(n));
-    end->sent(n);
-    return n != 0;
+  bool take(Node& node, Side side, bool always = false) {
+    auto const link = node.link;
+    return link && (always || !node.blocked[side]) && link->pull(side, 1 + random_.below(node.chunk));
   }
   /// Bytes arrive from the wire.
-  bool deliver(Node& node, unsigned side) {
-    Bytes& flight = node.flight[side];
-    Ptr<Connection> const end = node.end[1 - side];
-    if (!end || flight.empty()) {
-      return false;
-    }
-    auto const n = static_cast<std::ptrdiff_t>(std::min<std::size_t>(flight.size(), 1 + random_.below(node.chunk)));
-    Bytes bytes(flight.begin(), flight.begin() + n);
-    flight.erase(flight.begin(), flight.begin() + n);
+  bool deliver(Node& node, Side side) {
+    auto const link = node.link;
     bool const nested = std::exchange(receiving_, true);
-    for (bool again = true; again;) {
-      again = false;
+    bool moves = false;
+    std::size_t most = 1 + random_.below(node.chunk);
+    for (bool again = link != nullptr; again;) {
       try {
-        end->receive(bytes);
+        moves = link->deliver(side, most) || moves;
+        again = false;
       } catch (OfAnObserver const&) {
-        bytes.clear();
-        again = true;
+        most = 0;
+        moves = true;
       }
     }
     receiving_ = nested;
-    return true;
+    return moves;
   }
   void drain() {
     std::size_t rounds = 0;
     for (bool moves = true; moves && !testing::Test::HasFailure();) {
       moves = false;
       for (std::size_t n = 1; n < nodes_.size(); ++n) {
-        if (!nodes_[n].isConnected()) {
+        if (!nodes_[n].link) {
           connect(nodes_[n]);
         }
-        for (unsigned side = 0; side < 2; ++side) {
+        for (Side const side : {S, M}) {
           moves = take(nodes_[n], side, true) || moves;
           moves = deliver(nodes_[n], side) || moves;
         }
-        moves = moves || !nodes_[n].isConnected();
+        moves = moves || !nodes_[n].link;
       }
       ASSERT_LT(++rounds, 1000000U) << "the ends never come to rest";
     }
@@ -263,11 +236,10 @@ class System {
   }
   /// To a configuration here or in another tree.
   void refer(Node& node, RootConfigColl& from) {
-    Ptr<Entity> const in = random_.chance(70) ? share<Entity>(&from) : random_.oneOf(node.roots);
-    if (auto const all = in ? everythingIn(in) : std::vector<Ptr<Entity>>(); all.size() > 1) {
-      if (auto const target = Kro::ptrCast<RootConfig>(random_.oneOf(all))) {
-        from.chipRootConfigLastFailedIs(target);
-      }
+    Ptr<Entity> const other = random_.oneOf(node.roots);
+    auto const all = everythingIn(other && random_.chance(30) ? other : share<Entity>(&from));
+    if (auto const target = Kro::ptrCast<RootConfig>(random_.oneOf(all))) {
+      from.chipRootConfigLastFailedIs(target);
     }
   }
   void told(Node& node, Entity& entity, std::string const& event) {
@@ -282,33 +254,26 @@ class System {
   }
   /// What an observer does.
   void react(Node& node, Ptr<Entity> const& entity) {
-    Node& link = &node == &nodes_[0] ? anyMirror() : node;
-    unsigned const side = &node == &nodes_[0] ? 0 : 1;
+    Node& mirror = &node == &nodes_[0] ? anyMirror() : node;
+    Side const side = &node == &nodes_[0] ? mirror.sender : other(mirror.sender);
     Ptr<Entity> const parent = entity->parent();
-    switch (random_.below(9)) {
-      case 0:
-        if (std::string const place = placeOf(*entity); parent && std::isdigit(place.back()) == 0) {
-          Op("-" + place.substr(place.size() - 1))(*parent);
-        } else if (parent) {
-          bool const isConfig = dynamic_cast<RootConfig*>(entity.get()) != nullptr;
-          Op((isConfig ? "-c" : "-a") + place.substr(place.find('v') + 1))(*parent);
-        }
-        return;
-      case 1:
-      case 2:
-        return change(node, entity);
-      case 3:
-        return change(node, parent ? parent : entity);
-      case 4:
-        deliver(link, 1 - side);
-        return;
-      case 5:
-        return random_.chance(5) ? close(link) : void(link.isConnected() && link.end[side]->pending().empty());
-      case 6:
-        node.watch->rethrows = random_.chance(50);
-        throw OfAnObserver();
-      default:
-        return changeSomewhere(node);
+    std::uint32_t const what = random_.below(9);
+    if (what == 0 && parent) {
+      std::string const place = placeOf(*entity);
+      char const* const verb = dynamic_cast<RootConfig*>(entity.get()) != nullptr ? "-c" : "-a";
+      Op(std::isdigit(place.back()) == 0 ? "-" + place.substr(place.size() - 1)
+                                         : verb + place.substr(place.find('v') + 1))(*parent);
+    } else if (what <= 3) {
+      change(node, what == 3 && parent ? parent : entity);
+    } else if (what == 4) {
+      deliver(mirror, other(side));
+    } else if (what == 5) {
+      random_.chance(5) ? close(mirror) : void(mirror.link && (*mirror.link)[side].pending().empty());
+    } else if (what == 6) {
+      node.watch->rethrows = random_.chance(50);
+      throw OfAnObserver();
+    } else {
+      changeSomewhere(node);
     }
   }
 
@@ -324,10 +289,13 @@ class System {
   void checkEqual() {
     audit();
     for (std::size_t n = 1; n < nodes_.size() && !testing::Test::HasFailure(); ++n) {
-      for (auto const& end : nodes_[n].end) {
-        ASSERT_EQ(end->state(), Connection::State::inSync) << end->lastError();
+      for (auto const& end : nodes_[n].link->ends) {
+        ASSERT_EQ(end->state(), LogConnection::State::inSync) << end->lastError();
         EXPECT_TRUE(end->demuxer().isQueueEmpty());
         EXPECT_EQ(end->stats().dirtyMarks, 0U);
+      }
+      if (nodes_[n].link->reads && nodes_[n].roots.size() == 1) {
+        EXPECT_EQ(nodes_[n].link->tree.dump(), Dump::of(*nodes_[0].roots[0]));
       }
       for (std::size_t i = 0; i < nodes_[n].roots.size(); ++i) {
         ASSERT_TRUE(nodes_[n].roots[i]);
@@ -347,11 +315,9 @@ class System {
       }
       drain();
       checkEqual();
-      for (Node const& node : nodes_) {
-        for (auto const& root : node.roots) {
-          auto const more = everythingIn(root);
-          all.insert(all.end(), more.begin(), more.end());
-        }
+      for (std::size_t i = 0; i < nodes_.size() * nodes_[0].roots.size(); ++i) {
+        auto const more = everythingIn(nodes_[i % nodes_.size()].roots[i / nodes_.size()]);
+        all.insert(all.end(), more.begin(), more.end());
       }
     }
     EXPECT_EQ(before[0], before[1]);
@@ -385,15 +351,12 @@ class System {
     if (given == kicks_.end()) {
       return;
     }
-    Stamps const here = stampsIn(config), now = stampsIn(*given->second.first), then = given->second.second;
+    Stamps here = stampsIn(config), now = stampsIn(*given->second.first), then = given->second.second;
     for (auto const& [place, stamp] : here) {
-      auto const old = then.find(place);
-      EXPECT_GE(stamp, old != then.end() ? old->second : given->first) << place << " is older than the kick";
+      EXPECT_GE(stamp, then.count(place) != 0 ? then[place] : given->first) << place << " is older than the kick";
     }
     for (auto const& [place, stamp] : then) {
-      auto const current = now.find(place);
-      EXPECT_TRUE(here.count(place) != 0 || current == now.end() || current->second != stamp)
-          << place << " comes behind the kick";
+      EXPECT_TRUE(here.count(place) != 0 || now[place] != stamp) << place << " comes behind the kick";
     }
   }
 
@@ -406,14 +369,13 @@ class System {
   std::map<std::uint32_t, std::pair<Ptr<RootConfig>, Stamps>> kicks_;
 };
 
-std::uint64_t fromEnvironment(char const* name, std::uint64_t otherwise) {
-  char const* const text = std::getenv(name);
-  return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
-}
-
 class RandomTest : public testing::TestWithParam<Writers> {};
 
 TEST_P(RandomTest, EverythingIsEqualAfterEveryHeal) {
+  auto const fromEnvironment = [](char const* name, std::uint64_t otherwise) {
+    char const* const text = std::getenv(name);
+    return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
+  };
   constexpr std::uint64_t perSeed = 1000;
   std::uint64_t const only = fromEnvironment("VORNACL_SEED", 0);
   std::uint64_t const seeds = only != 0 ? 1 : (fromEnvironment("VORNACL_OPERATIONS", 66000) + perSeed - 1) / perSeed;

@@ -103,23 +103,18 @@ TEST_F(Transfers, OfAnotherTreeBringReferencesIntoIt) {
 }
 
 TEST_F(Transfers, OfRootsOfEachType) {
-  std::pair<Ptr<Entity>, char const*> const cases[] = {
-      {Vorn::rootConfigCollFactory("n"), "Coll\" \"n\" 3; B(3,258); E(3,258); B(3,259); E(3,259)"},
-      {Vorn::rootConfigFactory("n", 70000, 2),
-       "\" \"n\" 70000 2 3; (3,260,F,1,0) 0; (3,-261,F,0,0); (3,-262,F,0,0); (3,263,T,0,0) 0; (3,264,T,0,0) 0; "
-       "(3,265,F,4,0) 0; (3,267,F,1,0) 0"},
-      {Vorn::vornAclCollFactory("n"), "\" \"n\" 3; B(3,258); E(3,258)"},
-      {Vorn::aclKeyToAclIdMappingFactory("n"), "\" \"n\" 3; B(3,258); E(3,258)"},
-      {Kro::adopt(new VornAcl(aclId(7), Acl::mac, "n")), "\" 1.7.0 2 \"n\" 3; B(3,261); E(3,261); B(3,262); E(3,262)"}};
-  for (auto const& [sent, said] : cases) {
+  start();
+  for (Ptr<Entity> const& sent : std::initializer_list<Ptr<Entity>>{
+           root, Vorn::rootConfigFactory("n", 70000, 2), Vorn::vornAclCollFactory("n"),
+           Vorn::aclKeyToAclIdMappingFactory("n"), Kro::adopt(new VornAcl(aclId(7), Acl::mac, "n"))}) {
     Link one;
     Ptr<Entity> arrived;
     one[M].onRootIs([&](Ptr<Entity> const& entity) { arrived = entity; });
     one[S].rootIs(sent);
-    EXPECT_EQ(messageOf<Kro::InternalException>([&, root = sent] { one[S].rootIs(root); }),
+    EXPECT_EQ(messageOf<Kro::InternalException>([&] { one[S].rootIs(sent); }),
               "a root is attached twice: " + std::string(sent->fullName().view()));
     one.move();
-    EXPECT_NE(one.lines(S).find(said + std::string("; complete")), std::string::npos) << one.recorded(S);
+    EXPECT_EQ(one.recorded(S).rfind("; complete"), one.recorded(S).size() - 10);
     ASSERT_TRUE(arrived);
     EXPECT_EQ(Dump::of(*arrived), Dump::of(*sent));
     EXPECT_EQ(one.tree.dump(), Dump::of(*sent));

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <span>
 
 #include "VornAclTable/VornAclLog.h"
 #include "VornRootConfig/VornRootConfigLog.h"
@@ -24,6 +25,10 @@ using Vorn::RootConfig;
 using Vorn::RootConfigColl;
 using Vorn::VornAcl;
 using Vorn::VornAclColl;
+
+inline std::span<std::uint8_t const> bytesOf(std::string_view text) {
+  return {reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
+}
 
 inline Vorn::AclId aclId(std::uint32_t n) {
   return {Vorn::ipv4PAcl, Vorn::ChipRuleListId(static_cast<std::uint8_t>(n)), Acl::in};
@@ -219,9 +224,10 @@ struct Op {
     return {a, b, c};
   }
   std::uint32_t n() const { return static_cast<std::uint32_t>(std::stoul(key)); }
-  Vorn::ChipId chip() const { return static_cast<std::uint16_t>(n()); }
+  static Vorn::ChipId chip(std::uint32_t n) { return static_cast<std::uint16_t>(n); }
   Vorn::AclId acl() const { return aclId(n()); }
   std::uint32_t number() const { return static_cast<std::uint32_t>(std::stoul(value)); }
+  Acl::AclType type() const { return static_cast<Acl::AclType>(value[0] - '0'); }
   Kro::Name name(std::size_t from = 0) const { return Kro::String8(value.substr(from)); }
 };
 
@@ -266,11 +272,11 @@ inline std::map<std::string, std::function<void(Entity&, Op const&)>> const verb
     {"f", on<RootConfigColl>([](auto& e, auto& op) { e.chipRootConfigLastFailedIs(e.chipRootConfig(op.n())); })},
     // One that stands in no collection.
     {"stranger", on<RootConfigColl>([](auto& e, auto& op) {
-       e.chipRootConfigLastFailedIs(Vorn::rootConfigFactory("stranger", 99, op.chip()));
+       e.chipRootConfigLastFailedIs(Vorn::rootConfigFactory("stranger", 99, op.chip(op.n())));
      })},
-    {"-f", on<RootConfigColl>([](auto& e, auto& op) { e.chipRootConfigLastFailedDel(op.chip()); })},
+    {"-f", on<RootConfigColl>([](auto& e, auto& op) { e.chipRootConfigLastFailedDel(op.chip(op.n())); })},
     {"-f*", on<RootConfigColl>([](auto& e, auto&) { e.chipRootConfigLastFailedDelAll(); })},
-    {"!f", on<RootConfigColl>([](auto& e, auto& op) { e.chipRootConfigLastFailedNotify(op.chip()); })}};
+    {"!f", on<RootConfigColl>([](auto& e, auto& op) { e.chipRootConfigLastFailedNotify(op.chip(op.n())); })}};
 
 inline void Op::operator()(Entity& entity) const { verbs.at(verb)(entity, *this); }
 
