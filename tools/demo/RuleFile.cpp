@@ -34,6 +34,13 @@ class Line {
     at_ += wanted.size();
   }
 
+  /// Reads the tab behind a field that may be the last one of its line. Not every editor leaves a tab at the end.
+  void skipTabUnlessAtEnd(char const* expected) {
+    if (!atEnd()) {
+      skip("\t", expected);
+    }
+  }
+
   /// Reads a decimal number without leading zeros.
   std::uint32_t decimal(std::uint32_t max, char const* expected) {
     std::size_t const start = at_;
@@ -57,6 +64,7 @@ class Line {
 
   Dorix::IpGenPrefix prefix() {
     Dorix::IpBytes bytes{};
+    std::size_t const start = at_;
     for (std::size_t i = 0; i < 4; ++i) {
       if (i > 0) {
         skip(".", "\".\" within an IPv4 address");
@@ -64,7 +72,12 @@ class Line {
       bytes[i] = static_cast<std::uint8_t>(decimal(255, "a number of an IPv4 address, 0 to 255"));
     }
     skip("/", "\"/\" and a prefix length");
-    return Dorix::IpGenPrefix::fromBytes(Dorix::IpFamily::ipv4, bytes, decimal(32, "a prefix length, 0 to 32"));
+    auto const prefix =
+        Dorix::IpGenPrefix::fromBytes(Dorix::IpFamily::ipv4, bytes, decimal(32, "a prefix length, 0 to 32"));
+    if (prefix.addressBytes() != bytes) {
+      fail(start, "a prefix without bits beyond its length");
+    }
+    return prefix;
   }
 
   Vorn::L4PortRange ports() {
@@ -154,7 +167,14 @@ class Reader {
   explicit Reader(std::string_view name) : name_(name) {}
 
   void line(std::string_view text) {
-    Line line(text, name_, ++lines_);
+    ++lines_;
+    if (text.ends_with('\r')) {
+      text.remove_suffix(1);
+    }
+    if (text.empty()) {
+      return;
+    }
+    Line line(text, name_, lines_);
     Vorn::IpFilter filter;
     line.skip("@", "\"@\" at the start of a filter");
     filter.sourceIs(line.prefix());
@@ -166,10 +186,10 @@ class Reader {
     filter.dportRangeIs(line.ports());
     line.skip("\t", "a tab behind the destination ports");
     protocol(line, filter);
-    line.skip("\t", "a tab behind the protocol");
+    line.skipTabUnlessAtEnd("a tab behind the protocol");
     if (!line.atEnd()) {
       auto const flags = line.masked<std::uint16_t>("flags or their mask, as 0x1000");
-      line.skip("\t", "a tab behind the flags");
+      line.skipTabUnlessAtEnd("a tab behind the flags");
       if (!holdFlags(filter, flags)) {
         count(filter, flags);
       }

@@ -43,9 +43,10 @@ struct RuleFile {
 ///
 ///     @SRC/LEN  DST/LEN  LO : HI  LO : HI  PROTO/MASK  [FLAGS/MASK]
 ///
-/// Addresses are IPv4, bits beyond the length are cleared. Ports are decimal, PROTO and its mask two hexadecimal
-/// digits, FLAGS and its mask four, all four behind "0x". Numbers in decimal have no leading zeros. The last line may
-/// end without a line feed. Nothing else is accepted: throws `RuleFileError`.
+/// Addresses are IPv4, without bits beyond the length. Ports are decimal, PROTO and its mask two hexadecimal digits,
+/// FLAGS and its mask four, all four behind "0x". Numbers in decimal have no leading zeros. The tab at the end of a
+/// line and the line feed at the end of the text may be missing, a carriage return before a line feed is passed over,
+/// and so are empty lines. Nothing else is accepted: throws `RuleFileError`.
 ///
 /// Every rule permits. PROTO is matched where its mask is FF and not where it is 00; its value is kept in both cases.
 /// The flags field is read by the protocol that is matched:
