@@ -4,9 +4,9 @@
 
 namespace Kro {
 
-void InCursor::throwShort(std::size_t n) const {
+void InCursor::throwShort(std::size_t n, std::size_t remaining) {
   throw AttrLogEntityException(format("message ends early: expected %lld more bytes, %lld are left",
-                                      static_cast<long long>(n), static_cast<long long>(remaining())));
+                                      static_cast<long long>(n), static_cast<long long>(remaining)));
 }
 
 void throwNoBool(std::uint8_t byte) {
@@ -23,11 +23,6 @@ ByteConnection::In::In(std::span<std::uint8_t const> payload, std::uint32_t maxS
 }
 
 ByteConnection::In::~In() = default;
-
-void ByteConnection::In::payloadIs(std::span<std::uint8_t const> payload) {
-  begin_ = payload.data();
-  cursor_ = InCursor(payload.data(), payload.data() + payload.size());
-}
 
 bool ByteConnection::In::nextbool() {
   std::uint8_t const byte = nextU8();

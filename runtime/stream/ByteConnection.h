@@ -33,10 +33,10 @@ constexpr U loadBigEndian(std::uint8_t const* from) {
 /// Writes an unsigned integer in network byte order and returns the place behind it.
 template <class U>
 inline std::uint8_t* storeBigEndian(std::uint8_t* to, U value) {
-  for (std::size_t i = 0; i < sizeof(U); ++i) {
-    to[i] = static_cast<std::uint8_t>(value >> (8 * (sizeof(U) - 1 - i)));
-  }
-  return to + sizeof(U);
+  // Whole words: stored byte by byte, neighbouring fields are merged by shifts that cost more than they save.
+  U const swapped = loadBigEndian<U>(reinterpret_cast<std::uint8_t const*>(&value));
+  std::memcpy(to, &swapped, sizeof swapped);
+  return to + sizeof swapped;
 }
 
 /// A read position in a run of bytes, meant to be held by value in a hot loop. Reading past the end throws
@@ -44,37 +44,34 @@ inline std::uint8_t* storeBigEndian(std::uint8_t* to, U value) {
 class InCursor {
  public:
   InCursor() = default;
-  InCursor(std::uint8_t const* pos, std::uint8_t const* end) : pos_(pos), end_(end) {}
+  InCursor(std::uint8_t const* pos, std::uint8_t const* end)
+      : pos_(pos), remaining_(static_cast<std::size_t>(end - pos)) {}
 
-  std::size_t remaining() const { return static_cast<std::size_t>(end_ - pos_); }
+  std::size_t remaining() const { return remaining_; }
   std::uint8_t const* pos() const { return pos_; }
 
   /// The next unsigned integer of this width.
   template <class U>
   U next() {
-    need(sizeof(U));
-    U const value = loadBigEndian<U>(pos_);
-    pos_ += sizeof(U);
-    return value;
+    return loadBigEndian<U>(bytes(sizeof(U)).data());
   }
   /// The next `n` bytes, in place.
   std::span<std::uint8_t const> bytes(std::size_t n) {
-    need(n);
+    if (remaining_ < n) [[unlikely]] {
+      throwShort(n, remaining_);
+    }
     std::span<std::uint8_t const> const run(pos_, n);
     pos_ += n;
+    remaining_ -= n;
     return run;
   }
 
  private:
-  void need(std::size_t n) const {
-    if (remaining() < n) [[unlikely]] {
-      throwShort(n);
-    }
-  }
-  [[noreturn]] VORNACL_API void throwShort(std::size_t n) const;
+  /// Static, so that a cursor stays in registers: no call takes its address.
+  [[noreturn]] VORNACL_API static void throwShort(std::size_t n, std::size_t remaining);
 
   std::uint8_t const* pos_ = nullptr;
-  std::uint8_t const* end_ = nullptr;
+  std::size_t remaining_ = 0;
 };
 
 /// Selects the constructors that read a value from the attribute log.
@@ -95,7 +92,10 @@ class VORNACL_API ByteConnection::In : public PtrInterface {
 
   static constexpr std::uint32_t defaultMaxString = 1U << 20U;
 
-  void payloadIs(std::span<std::uint8_t const> payload);
+  void payloadIs(std::span<std::uint8_t const> payload) {
+    begin_ = payload.data();
+    cursor_ = InCursor(payload.data(), payload.data() + payload.size());
+  }
 
   std::uint8_t nextU8() { return cursor_.next<std::uint8_t>(); }
   std::uint16_t nextU16() { return cursor_.next<std::uint16_t>(); }

@@ -8,7 +8,9 @@
 #include <concepts>
 #include <cstdint>
 #include <limits>
+#include <new>
 #include <string>
+#include <type_traits>
 
 #include "runtime/core/Hash.h"
 #include "runtime/core/Name.h"
@@ -176,10 +178,68 @@ inline std::uint8_t* putFields(std::uint8_t* to, T const& value, std::index_sequ
 }
 
 template <class T, std::size_t... I>
-inline void getFields(InCursor& in, T& value, std::index_sequence<I...>) {
-  InCursor local = in;
-  ((At<T, I>::of(value) = Codec<typename At<T, I>::Type>::get(local)), ...);
-  in = local;
+constexpr std::size_t plainSizeOfFields(std::index_sequence<I...>);
+
+/// The bytes that every value of a plain type takes in the attribute log, 0 for any other type.
+template <class T>
+constexpr std::size_t plainSize() {
+  if constexpr (std::is_arithmetic_v<T> || Enumeration<T>) {
+    return Codec<T>::maxSize;
+  } else if constexpr (SelfStreamed<T>) {
+    return T::logMaxSize == sizeof(T) ? sizeof(T) : 0;
+  } else if constexpr (ValueClass<T>) {
+    return plainSizeOfFields<T>(StoredPositions<T>());
+  } else {
+    return 0;
+  }
+}
+template <class T, std::size_t... I>
+constexpr std::size_t plainSizeOfFields(std::index_sequence<I...>) {
+  return ((plainSize<typename At<T, I>::Type>() != 0) && ...) ? (plainSize<typename At<T, I>::Type>() + ... + 0) : 0;
+}
+/// The bytes of the fields of plain types from the first one on.
+template <class T, std::size_t... I>
+constexpr std::size_t leadingPlainSize(std::index_sequence<I...>) {
+  std::size_t sum = 0;
+  static_cast<void>(((sum += plainSize<typename At<T, I>::Type>(), plainSize<typename At<T, I>::Type>() != 0) && ...));
+  return sum;
+}
+
+/// Reads a field in the place of its default. Put together elsewhere, it would be copied in wider pieces than it was
+/// just written in, and processors are slow at that.
+template <class T>
+inline void getField(InCursor& in, T& field) {
+  if constexpr (requires { Codec<T>::getInto(in, field); }) {
+    Codec<T>::getInto(in, field);
+  } else {
+    static_assert(std::is_trivially_destructible_v<T>, "a value that owns something is read by its member fromIn");
+    ::new (static_cast<void*>(&field)) T(Codec<T>::get(in));
+  }
+}
+
+/// Where a message may end within the fields. Kept out of the way of the reader for all others.
+template <class T, std::size_t... I>
+[[gnu::noinline, gnu::cold]] InCursor getFieldsNearEnd(InCursor in, T& value, std::index_sequence<I...>) {
+  (getField(in, At<T, I>::of(value)), ...);
+  return in;
+}
+
+/// Reads the fields from the `First` on. `inRun`: what is left was compared with the bytes of a run of plain fields
+/// that goes on with this one.
+template <bool inRun, class T, std::size_t First, std::size_t... rest>
+inline void getFields(InCursor& in, T& value, std::index_sequence<First, rest...> fields) {
+  constexpr std::size_t run = leadingPlainSize<T>(fields);
+  if constexpr (!inRun && run != 0) {
+    // Behind this one comparison the compiler sees that those of the single fields cannot fail, and drops them.
+    if (in.remaining() < run) [[unlikely]] {
+      in = getFieldsNearEnd(in, value, fields);
+      return;
+    }
+  }
+  getField(in, At<T, First>::of(value));
+  if constexpr (sizeof...(rest) != 0) {
+    getFields<(run != 0)>(in, value, std::index_sequence<rest...>());
+  }
 }
 
 }  // namespace detail
@@ -201,16 +261,17 @@ struct Codec<T> {
       return detail::putFields(to, value, StoredPositions<T>());
     }
   }
-  static T get(InCursor& in) {
-    if constexpr (SelfStreamed<T>) {
-      return T::fromLog(in);
-    } else {
-      T value;
-      detail::getFields(in, value, StoredPositions<T>());
-      if constexpr (requires { value.checkFromLog(); }) {
-        value.checkFromLog();
-      }
-      return value;
+  static T get(InCursor& in) requires SelfStreamed<T> { return T::fromLog(in); }
+  static T get(InCursor& in) requires(!SelfStreamed<T>) {
+    T value;
+    getInto(in, value);
+    return value;
+  }
+  /// Reads into a value that holds its defaults.
+  static void getInto(InCursor& in, T& value) requires(!SelfStreamed<T>) {
+    detail::getFields<false>(in, value, StoredPositions<T>());
+    if constexpr (requires { value.checkFromLog(); }) {
+      value.checkFromLog();
     }
   }
   static void mix(Hash& hash, T const& value) {
@@ -255,9 +316,10 @@ Ptr<Out> const& operator<<(Ptr<Out> const& out, T const& value) {
   return out;
 }
 
-/// Reads the attribute-log form of a value.
+/// Reads the attribute-log form of a value. Flattened: a reader of a few bytes costs less than its call, and takes the
+/// cursor out of its registers.
 template <class T>
-T nextValue(ByteConnection::In& in) {
+[[gnu::flatten]] T nextValue(ByteConnection::In& in) {
   if constexpr (std::same_as<T, String8>) {
     return in.nextString();
   } else if constexpr (std::same_as<T, Name>) {
