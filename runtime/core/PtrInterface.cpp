@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "runtime/core/Exception.h"
+#include "runtime/core/ObjectMemory.h"
 
 namespace Kro {
 
@@ -12,6 +13,12 @@ std::uint8_t VFPtrInterface::enableThreadSafePointers = 0;
 std::uint8_t ptrifTrackOn_ = 0;
 
 namespace {
+
+/// Never destroyed: counted objects of static lifetime may outlive everything else.
+constinit union NeverDestroyed {
+  detail::ObjectMemory value{};
+  ~NeverDestroyed() {}
+} objectMemory;
 
 struct Tracked {
   std::mutex mutex;
@@ -78,8 +85,17 @@ void PtrInterface::handleZeroRef() const {
   delete self;
 }
 
-void* PtrInterface::operator new(std::size_t size) { return ::operator new(size); }
-void PtrInterface::operator delete(void* object, [[maybe_unused]] std::size_t size) noexcept {
+void* PtrInterface::operator new(std::size_t size) {
+  if (detail::poolsObjects && size <= detail::ObjectMemory::largest) {
+    return objectMemory.value.take(size);
+  }
+  return ::operator new(size);
+}
+void PtrInterface::operator delete(void* object, std::size_t size) noexcept {
+  if (detail::poolsObjects && size <= detail::ObjectMemory::largest) {
+    objectMemory.value.giveBack(object, size);
+    return;
+  }
 #ifdef __cpp_sized_deallocation
   ::operator delete(object, size);
 #else
