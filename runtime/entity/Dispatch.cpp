@@ -4,32 +4,14 @@
 
 namespace Kro {
 
-ObserverSnapshot::ObserverSnapshot(std::uint32_t count, SnapshotSpare& spare) : entries_(inline_) {
-  if (count <= inlineRoom) {
-    return;
-  }
+void ObserverSnapshot::makeRoom(std::uint32_t count, SnapshotSpare& spare) {
   if (spare.room_ >= count) {
     heap_ = std::move(spare.entries_);
-    heapRoom_ = std::exchange(spare.room_, 0);
+    spare.room_ = 0;
   } else {
     heap_.reset(new PtrInterface::NotifieeConst*[count]);
-    heapRoom_ = count;
   }
   entries_ = heap_.get();
-}
-
-ObserverSnapshot::~ObserverSnapshot() {
-  while (index_ < size_) {
-    entries_[index_++]->referencesDec();
-  }
-}
-
-void ObserverSnapshot::advance() {
-  // The entry is dropped before the index moves: an observer that released itself dies here and unlinks itself.
-  entries_[index_]->referencesDec();
-  while (++index_ < size_ && (entries_[index_]->countWord() & VFPtrInterface::countMask) == 1) {
-    entries_[index_]->referencesDec();
-  }
 }
 
 void SnapshotSpare::grow(std::uint32_t count) {
@@ -37,14 +19,14 @@ void SnapshotSpare::grow(std::uint32_t count) {
   room_ = count;
 }
 
-void dispatch(ObserverSnapshot& snapshot, AttributeId id, FunctionRef<void(PtrInterface::NotifieeConst&)> call) {
-  for (; snapshot.inside(); snapshot.advance()) {
+void dispatch(ObserverSnapshot& snapshot, AttributeId id, FunctionRef<void(ObserverSnapshot&)> callRest) {
+  while (snapshot.inside()) {
     Expect const expect(Exception::noId);
-    PtrInterface::NotifieeConst& observer = snapshot.current();
     try {
-      call(observer);
+      callRest(snapshot);
     } catch (...) {
-      observer.onNotificationException(id);
+      snapshot.current().onNotificationException(id);
+      snapshot.advance();
     }
   }
 }

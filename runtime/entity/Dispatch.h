@@ -25,21 +25,49 @@ class VORNACL_API ObserverSnapshot {
   bool inside() const { return index_ < size_; }
   PtrInterface::NotifieeConst& current() const { return *entries_[index_]; }
   /// Releases the current observer, then every following one that only this snapshot still holds.
-  void advance();
+  void advance() { index_ = releasedFrom(entries_, index_, size_); }
+  /// Calls `call(observer)` for the current observer and those behind it, advancing over each when its call has
+  /// returned. What a call throws leaves this with that observer current.
+  template <class Call>
+  void callRest(Call const& call) {
+    // In variables that no observer can reach, so that they stay in registers; the index is only noted for the rest.
+    PtrInterface::NotifieeConst* const* const entries = entries_;
+    std::uint32_t const size = size_;
+    for (std::uint32_t at = index_; at < size; index_ = at) {
+      call(*entries[at]);
+      at = releasedFrom(entries, at, size);
+    }
+  }
 
  protected:
   /// Room for `count` entries; takes `spare` where it suffices. Throws `std::bad_alloc`.
-  ObserverSnapshot(std::uint32_t count, SnapshotSpare& spare);
-  ~ObserverSnapshot();
+  ObserverSnapshot(std::uint32_t count, SnapshotSpare& spare) : entries_(inline_) {
+    if (count > inlineRoom) [[unlikely]] {
+      makeRoom(count, spare);
+    }
+  }
+  ~ObserverSnapshot() {
+    while (index_ < size_) {
+      entries_[index_++]->referencesDec();
+    }
+  }
   void append(PtrInterface::NotifieeConst* observer) {
     observer->referencesInc();
     entries_[size_++] = observer;
   }
 
  private:
+  static std::uint32_t releasedFrom(PtrInterface::NotifieeConst* const* entries, std::uint32_t at, std::uint32_t size) {
+    entries[at]->referencesDec();
+    while (++at < size && (entries[at]->countWord() & VFPtrInterface::countMask) == 1) {
+      entries[at]->referencesDec();
+    }
+    return at;
+  }
+  void makeRoom(std::uint32_t count, SnapshotSpare& spare);
+
   PtrInterface::NotifieeConst* inline_[inlineRoom];
   std::unique_ptr<PtrInterface::NotifieeConst*[]> heap_;
-  std::uint32_t heapRoom_ = 0;
   PtrInterface::NotifieeConst** entries_;
   std::uint32_t size_ = 0;
   std::uint32_t index_ = 0;
@@ -115,8 +143,8 @@ class FunctionRef<R(A...)> {
 };
 
 /// Calls every observer of the snapshot. What a call throws is reported to that observer with the attribute's id and
-/// ends there, unless the report throws itself: that ends the dispatch and leaves it.
-VORNACL_API void dispatch(ObserverSnapshot& snapshot, AttributeId id,
-                          FunctionRef<void(PtrInterface::NotifieeConst&)> call);
+/// ends there, unless the report throws itself: that ends the dispatch and leaves it. `callRest` calls the current
+/// observer and those behind it, each advanced over when its call has returned.
+VORNACL_API void dispatch(ObserverSnapshot& snapshot, AttributeId id, FunctionRef<void(ObserverSnapshot&)> callRest);
 
 }  // namespace Kro

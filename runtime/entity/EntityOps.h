@@ -25,22 +25,28 @@ void tellObservers(X& entity, AttributeId id, Call const& call) {
   using N = typename X::NotifieeConst;
   using List = ListRaw<typename std::remove_reference_t<decltype(observers)>::Element>;
   SnapshotIterator<List> snapshot(observers);
-  dispatch(snapshot, id, [&](PtrInterface::NotifieeConst& observer) { call(static_cast<N&>(observer)); });
+  dispatch(snapshot, id, [&](ObserverSnapshot& rest) {
+    rest.callRest([&](PtrInterface::NotifieeConst& observer) { call(static_cast<N&>(observer)); });
+  });
 }
+
+/// The handler of an attribute, as a constant: calling one that is read from a descriptor takes a test more.
+template <class X, class D>
+inline constexpr auto handlerOf = entityAttribute<X, D::id - firstEntityAttributeId>.handler;
 
 /// Tells a change of a keyed attribute. The key may be that of a record which a handler removes.
 template <class X, class D, class Key>
-void tellKey(X& entity, D const& d, Key const& key) {
+void tellKey(X& entity, D const&, Key const& key) {
   if (entity.kroObservers().count() != 0) {
     tellObservers(entity, D::id,
-                  [&d, copy = key](typename X::NotifieeConst& observer) { (observer.*(d.handler))(copy); });
+                  [copy = key](typename X::NotifieeConst& observer) { (observer.*handlerOf<X, D>)(copy); });
   }
 }
 
 /// Tells a change of a scalar or single child.
 template <class X, class D>
-void tellChange(X& entity, D const& d) {
-  tellObservers(entity, D::id, [&](typename X::NotifieeConst& observer) { (observer.*(d.handler))(); });
+void tellChange(X& entity, D const&) {
+  tellObservers(entity, D::id, [](typename X::NotifieeConst& observer) { (observer.*handlerOf<X, D>)(); });
 }
 
 template <class X>
