@@ -266,12 +266,16 @@ inline void RbTreeMap<Node, Key, Value>::fetch(RbLink const* child, RbLink const
 
 template <class Node, class Key, class Value>
 inline typename RbTreeMap<Node, Key, Value>::Descent RbTreeMap<Node, Key, Value>::descend(Key const& key) const {
+  constexpr std::uint32_t mostInCache = 4096;  // of a smaller map, fetching ahead costs more than it saves
+  bool const isLarge = size() > mostInCache;
   Descent end;
   RbLink* link = root();
   while (link != nullptr) {
     Node& at = static_cast<Node&>(*link);
-    fetch(left(link), link);
-    fetch(right(link), link);
+    if (isLarge) {
+      fetch(left(link), link);
+      fetch(right(link), link);
+    }
     if (key == at.key()) {
       end.equal = &at;
       return end;

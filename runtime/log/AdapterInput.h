@@ -195,7 +195,9 @@ template <class D>
 void AdapterOf<X>::peerWroteKey(D const& d, typename D::Key const& key) {
   if (!isAnnouncer()) {
     takeKey(d, key);
-    flow().template keys<D>().exempt.erase(key);
+    if (auto& exempt = flow().template keys<D>().exempt; !exempt.empty()) {
+      exempt.erase(key);
+    }
     repeated(d, key);
   }
 }
@@ -595,9 +597,10 @@ void AdapterOf<X>::repeated(D const& d, typename D::Key const& key) {
 template <class X>
 template <class D>
 void AdapterOf<X>::clearSweepMarks(D const& d) {
-  marked_ = 0;
-  for (auto& record : entity().*(d.field)) {
-    clearSweepMark(record);
+  if (std::exchange(marked_, 0) == D::id) {
+    for (auto& record : entity().*(d.field)) {
+      clearSweepMark(record);
+    }
   }
 }
 
@@ -608,7 +611,8 @@ void AdapterOf<X>::sweep(D const& d) {
   Ptr<KroNboAttrLogSa> const held = share<KroNboAttrLogSa>(this);
   X& swept = entity();
   detail::HeldBack thrown;
-  for (typename D::MapType::Iterator at(swept.*(d.field)); at && isRegistered(); at.advance()) {
+  using Iterator = typename D::MapType::Iterator;
+  for (Iterator at = marked_ == D::id ? Iterator(swept.*(d.field)) : Iterator(); at && isRegistered(); at.advance()) {
     if (at->kroMarkedForDeletion()) {
       sweepingIs(D::id);
       thrown.run([&] { (swept.*(d.delAt))(at); });

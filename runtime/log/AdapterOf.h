@@ -152,8 +152,8 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   void wroteKey(D const&, typename D::Key const& key);
   void demuxerMarksGone();
 
-  template <class D>
-  void writeKeyOf(D const& d, typename D::Key const& key);
+  template <class D, class Find>
+  void serializeFound(D const& d, typename D::Key const& key, Find const& find);
   template <class D>
   void reannounceMembers(D const& d);
   template <class D>

@@ -167,10 +167,14 @@ void AdapterOf<X>::handleChild(D const& d) {
 template <class X>
 template <class D>
 void AdapterOf<X>::handleKey(D const& d, typename D::Key const& key) {
-  auto* const record = (entity().*(d.field)).find(key);
+  auto const find = [&] { return (entity().*(d.field)).find(key); };
   if constexpr (D::kind == AttributeKind::values) {
-    serializeValue(d, key, record != nullptr ? &record->value() : nullptr);
+    serializeFound(d, key, [&] {
+      auto const* const record = find();
+      return record != nullptr ? &record->value() : nullptr;
+    });
   } else if constexpr (D::kind == AttributeKind::members) {
+    auto* const record = find();
     if (is(applyingBit) && !is(mutedBit) && record != nullptr && !(pendingChildId_ == nullEntityId)) {
       stateIs(applyingBit, false);
       bindChild(*record);
@@ -178,6 +182,7 @@ void AdapterOf<X>::handleKey(D const& d, typename D::Key const& key) {
     }
     serializeEntity(d, key, share(record));
   } else {
+    auto const* const record = find();
     serializeReference(d, key, record != nullptr ? record->referenced() : nullptr);
   }
 }
@@ -187,6 +192,13 @@ void AdapterOf<X>::handleKey(D const& d, typename D::Key const& key) {
 template <class X>
 template <class D>
 void AdapterOf<X>::serializeValue(D const& d, typename D::Key const& key, typename D::Element const* value) {
+  serializeFound(d, key, [&] { return value; });
+}
+
+/// `find()` gives the value, null for a removal; it is not called where nothing is written now.
+template <class X>
+template <class D, class Find>
+void AdapterOf<X>::serializeFound(D const& d, typename D::Key const& key, Find const& find) {
   switch (permissionToWrite(D::id)) {
     case Permission::ignore:
       return;
@@ -198,7 +210,7 @@ void AdapterOf<X>::serializeValue(D const& d, typename D::Key const& key, typena
   }
   takeKey(d, key);
   try {
-    if (value != nullptr) {
+    if (typename D::Element const* const value = find()) {
       entity().kroCountRead();
       write(headerOf(D::id, true), key, *value);
     } else {
