@@ -218,5 +218,9 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
 
 }  // namespace Kro::NboAttrLog
 
+#include "runtime/log/AdapterAnnounce.h"
+#include "runtime/log/AdapterChildren.h"
+#include "runtime/log/AdapterFlowOut.h"
 #include "runtime/log/AdapterInput.h"
 #include "runtime/log/AdapterOutput.h"
+#include "runtime/log/AdapterTransfer.h"

@@ -1,4 +1,5 @@
-// The writing half of `AdapterOf`. Included by that header.
+// The writing half of `AdapterOf`: marks, and the messages about single attributes and entries. Included by that
+// header.
 #pragma once
 
 #include "runtime/log/AdapterOf.h"
@@ -187,6 +188,25 @@ void AdapterOf<X>::handleKey(D const& d, typename D::Key const& key) {
   }
 }
 
+template <class X>
+void AdapterOf<X>::doNotification(AttributeId id, void* key) {
+  forEachEntityAttribute<X>([&](auto const& d) {
+    using D = std::remove_cvref_t<decltype(d)>;
+    if constexpr (isTold<D>) {
+      if (D::id != id) {
+        return;
+      }
+      if constexpr (isKeyed<D>) {
+        handleKey(d, *static_cast<typename D::Key const*>(key));
+      } else if constexpr (D::kind == AttributeKind::child) {
+        handleChild(d);
+      } else {
+        handleScalar(d);
+      }
+    }
+  });
+}
+
 // --- writers of one entry ---
 
 template <class X>
@@ -281,317 +301,6 @@ void AdapterOf<X>::serializeReference(D const& d, typename D::Key const& key,
     markKey(d, key, false);
     flow().suspend();
   }
-}
-
-template <class X>
-void AdapterOf<X>::targetAnnounced(Entity const& target) {
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (D::kind == AttributeKind::references) {
-      bool const isStillToCome = !flow().template bit<D>() && !flow().template keys<D>().bookmark;
-      auto const* const typed = dynamic_cast<typename D::Element const*>(&target);
-      if (typed == nullptr || isStillToCome) {
-        return;
-      }
-      for (auto const& entry : entity().*(d.field)) {
-        if (entry.referenced().get() == typed) {
-          markKey(d, detail::keyOf<D>(entry), false);
-        }
-      }
-    }
-  });
-}
-
-template <class X>
-void AdapterOf<X>::targetRetired(EntityId id, Entity const& target) {
-  constexpr std::size_t most = 1024;  // more will not cross one message
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (D::kind == AttributeKind::references) {
-      if (auto const* const typed = dynamic_cast<typename D::Element const*>(&target)) {
-        auto& gone = flow().template keys<D>().goneTargets;
-        gone.emplace_back(id, D::Record::KroHashLink::keyOfReferenced(*typed));
-        if (gone.size() > most) {
-          gone.pop_front();
-        }
-      }
-    }
-  });
-}
-
-// --- announcing children ---
-
-template <class X>
-template <class D, class C, class... P>
-Ptr<Entity::KroNboAttrLogSa> AdapterOf<X>::announce(D const& d, std::uint32_t flags, C& child, P const&... parameters) {
-  Expect const expect(Exception::childStreamId);
-  Ptr<KroNboAttrLogSa> adapter = childAdapter(d, child);
-  bool const isNew = !adapter;
-  if (adapter) {
-    adapter->flagWordIs((adapter->flagWord() & ~inheritedBits) | flags);
-    if (adapter->is(announcedBit) || !adapter->isAnnouncer()) {
-      return adapter;
-    }
-  } else {
-    adapter = child.kroNboAttrLogSaIs(Kro_BitSet(flags), inheritedBits, nboAttrLogOut(), this);
-    adapter->kroOnInit();
-    adapter->flowOutIs(firstEntityAttributeId);
-    adapter->doAssignEntityId();
-  }
-  try {
-    write(headerOf(D::id, true, 0, childCreationCode), parameters..., adapter->entityId());
-  } catch (...) {
-    if (isNew) {
-      adapter->retire();
-    }
-    throw;
-  }
-  adapter->stateIs(announcedBit, true);
-  adapter->announcedAtIs(streamDemuxer()->sent());
-  if (isNew) {
-    streamDemuxer()->queue(*adapter);
-    yieldToChild();
-  }
-  streamDemuxer()->announced(child);
-  return adapter;
-}
-
-namespace detail {
-
-/// Calls `f` with the constructor parameters of an entity, each read counted.
-template <class M, class F, std::size_t... I>
-decltype(auto) withParameters(M const& entity, F const& f, std::index_sequence<I...>) {
-  return f((entity.*(entityAttribute<M, I>.get))()...);
-}
-template <class M, class F>
-decltype(auto) withParameters(M const& entity, F const& f) {
-  return withParameters(entity, f, PositionsOfKind<M, AttributeKind::parameter>());
-}
-
-}  // namespace detail
-
-template <class X>
-template <class D>
-Ptr<Entity::KroNboAttrLogSa> AdapterOf<X>::announceMember(D const& d, std::uint32_t flags,
-                                                          typename D::Element& member) {
-  Ptr<KroNboAttrLogSa> const known = childAdapter(d, member);
-  if (known && (known->is(announcedBit) || !known->isAnnouncer())) {
-    known->flagWordIs((known->flagWord() & ~inheritedBits) | flags);
-    return known;
-  }
-  return detail::withParameters(member,
-                                [&](auto const&... parameters) { return announce(d, flags, member, parameters...); });
-}
-
-template <class X>
-void AdapterOf<X>::doSerializeOrphan() {
-  Ptr<Out> const out = nboAttrLogOut();
-  beforeMessage();
-  out->nextHeaderIs(MsgHeader{rootCreationEntityId, rootCreationAttributeId, true, 0, 0, false});
-  try {
-    out << Out::TransactToken::begin;
-    out->currentPayloadSectionIs(1);
-    out << String8(X::Attributes::typeName);
-    out->currentPayloadSectionIs(3);
-    if constexpr (X::Attributes::isNamed) {
-      out << entity().name();
-    }
-    detail::withParameters(entity(), [&](auto const&... parameters) { (void(out << parameters), ...); });
-    out->currentPayloadSectionIs(4);
-    out << entityId() << Out::TransactToken::end;
-  } catch (...) {
-    out->messageAbort();
-    throw;
-  }
-  afterMessage();
-  stateIs(announcedBit, true);
-  announcedAtIs(streamDemuxer()->sent());
-  streamDemuxer()->announced(entity());
-}
-
-template <class X>
-void AdapterOf<X>::kroInstantiateSerialize() {
-  KroNboAttrLogSa::kroInstantiateSerialize();
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (D::kind == AttributeKind::child) {
-      handleChild(d);
-    } else if constexpr (D::kind == AttributeKind::members) {
-      serializeCollection(d);
-    }
-  });
-}
-
-// --- flow-out ---
-
-template <class X>
-template <class D>
-void AdapterOf<X>::reannounceMembers(D const& d) {
-  if constexpr (D::kind == AttributeKind::members) {
-    for (auto& member : entity().*(d.field)) {
-      if (Ptr<KroNboAttrLogSa> const adapter = childAdapter(d, member)) {
-        adapter->stateIs(announcedBit, false);
-      }
-    }
-  }
-}
-
-/// Sends the collection whole, from its first entry or from where it was interrupted.
-template <class X>
-template <class D>
-bool AdapterOf<X>::walkWhole(D const& d) {
-  using Iterator = typename D::MapType::Iterator;
-  auto& keys = flow().template keys<D>();
-  auto& map = entity().*(d.field);
-  if (!keys.bookmark) {
-    reannounceMembers(d);
-    sendTransactionMarker(D::id, transactionBegin, 0);
-  }
-  Iterator at = keys.bookmark ? Iterator(map, kroFlowOutBookmarkDeq<typename D::Key>(keys)) : Iterator(map);
-  while (at) {
-    typename D::Key const key = detail::keyOf<D>(*at);
-    if constexpr (D::kind == AttributeKind::values) {
-      serializeValue(d, key, detail::elementOf<D>(*at));
-    } else if constexpr (D::kind == AttributeKind::members) {
-      serializeEntity(d, key, detail::elementOf<D>(*at));
-    } else {
-      serializeReference(d, key, detail::elementOf<D>(*at));
-    }
-    if (flow().suspended()) {
-      kroFlowOutBookmarkEnq<typename D::Key>(keys, key);  // not written: it stays dirty and comes again
-      return false;
-    }
-    at.advance();
-    if (at && !continueFlowOut()) {
-      kroFlowOutBookmarkEnq<typename D::Key>(keys, detail::keyOf<D>(*at));
-      return false;
-    }
-  }
-  flow().template bitIs<D>(true);
-  sendTransactionMarker(D::id, transactionEnd, 0);
-  return true;
-}
-
-template <class X>
-template <class D>
-bool AdapterOf<X>::walkDirtyKeys(D const& d) {
-  auto& dirty = flow().template keys<D>().dirty;
-  while (dirty.size() != 0) {
-    if (!continueFlowOut()) {
-      return false;
-    }
-    typename D::Key const key = dirty.begin()->key();
-    handleKey(d, key);
-    if (flow().suspended()) {
-      return false;
-    }
-  }
-  return true;
-}
-
-template <class X>
-template <class D>
-bool AdapterOf<X>::serializeCollection(D const& d) {
-  if (!mayWriteAtAll(D::id) || flowOut() == nullptr) {
-    return true;
-  }
-  if (!flow().template bit<D>() && !walkWhole(d)) {
-    return false;
-  }
-  return walkDirtyKeys(d);
-}
-
-template <class X>
-template <class D>
-bool AdapterOf<X>::flowOutAttribute(D const& d, AttributeId from, AttributeId& resumeAt) {
-  if constexpr (isTold<D>) {
-    if (D::id < from) {
-      return true;
-    }
-    resumeAt = D::id;
-    if (!continueFlowOut()) {
-      return false;
-    }
-    flow().attrIdIs(D::id);
-    if constexpr (isKeyed<D>) {
-      if (!serializeCollection(d)) {
-        return false;
-      }
-    } else if (flow().template bit<D>()) {
-      if constexpr (D::kind == AttributeKind::child) {
-        handleChild(d);
-      } else {
-        handleScalar(d);
-      }
-      if (flow().suspended()) {
-        return false;
-      }
-    }
-    resumeAt = 0;
-  }
-  return true;
-}
-
-template <class X>
-AttributeId AdapterOf<X>::handleAttrFlowOut(AttributeId from) {
-  if (flowOut() == nullptr) {
-    return 0;
-  }
-  FlowingOut const flowing(*this);
-  while (AttributeId const aborted = flow().pendingAbort()) {
-    sendTransactionMarker(aborted, transactionAbort, 0);
-    flow().pendingAbortDel(aborted);
-  }
-  AttributeId resumeAt = 0;
-  std::apply([&](auto const&... d) { (void)(flowOutAttribute(d, from, resumeAt) && ...); }, X::Attributes::all);
-  return resumeAt;
-}
-
-template <class X>
-void AdapterOf<X>::freeResyncState(FlowOut& flowOut) {
-  auto& typed = static_cast<Flow&>(flowOut);
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (isKeyed<D>) {
-      if (D::id == typed.attrId()) {
-        typed.template keys<D>().bookmark.reset();
-      }
-    }
-  });
-}
-
-template <class X>
-void AdapterOf<X>::doNotification(AttributeId id, void* key) {
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (isTold<D>) {
-      if (D::id != id) {
-        return;
-      }
-      if constexpr (isKeyed<D>) {
-        handleKey(d, *static_cast<typename D::Key const*>(key));
-      } else if constexpr (D::kind == AttributeKind::child) {
-        handleChild(d);
-      } else {
-        handleScalar(d);
-      }
-    }
-  });
-}
-
-template <class X>
-unsigned AdapterOf<X>::audit() const {
-  unsigned errors = KroNboAttrLogSa::audit();
-  if (flowOut() != nullptr) {
-    forEachEntityAttribute<X>([&](auto const& d) {
-      using D = std::remove_cvref_t<decltype(d)>;
-      if constexpr (isKeyed<D>) {
-        errors += flow().template keys<D>().dirty.auditErrors(0);
-      }
-    });
-    errors += flow().hasDirtyAttributes() && waiting().since == 0 ? 1U : 0U;  // what is dirty must wait somewhere
-  }
-  return errors;
 }
 
 }  // namespace Kro::NboAttrLog

@@ -1,0 +1,139 @@
+// The part of `AdapterOf` that announces entities to the peer, and what references to them wait for. Included by that
+// header.
+#pragma once
+
+#include <utility>
+
+#include "runtime/log/AdapterOf.h"
+
+namespace Kro::NboAttrLog {
+
+// --- announcing children ---
+
+template <class X>
+template <class D, class C, class... P>
+Ptr<Entity::KroNboAttrLogSa> AdapterOf<X>::announce(D const& d, std::uint32_t flags, C& child, P const&... parameters) {
+  Expect const expect(Exception::childStreamId);
+  Ptr<KroNboAttrLogSa> adapter = childAdapter(d, child);
+  bool const isNew = !adapter;
+  if (adapter) {
+    adapter->flagWordIs((adapter->flagWord() & ~inheritedBits) | flags);
+    if (adapter->is(announcedBit) || !adapter->isAnnouncer()) {
+      return adapter;
+    }
+  } else {
+    adapter = child.kroNboAttrLogSaIs(Kro_BitSet(flags), inheritedBits, nboAttrLogOut(), this);
+    adapter->kroOnInit();
+    adapter->flowOutIs(firstEntityAttributeId);
+    adapter->doAssignEntityId();
+  }
+  try {
+    write(headerOf(D::id, true, 0, childCreationCode), parameters..., adapter->entityId());
+  } catch (...) {
+    if (isNew) {
+      adapter->retire();
+    }
+    throw;
+  }
+  adapter->stateIs(announcedBit, true);
+  adapter->announcedAtIs(streamDemuxer()->sent());
+  if (isNew) {
+    streamDemuxer()->queue(*adapter);
+    yieldToChild();
+  }
+  streamDemuxer()->announced(child);
+  return adapter;
+}
+
+namespace detail {
+
+/// Calls `f` with the constructor parameters of an entity, each read counted.
+template <class M, class F, std::size_t... I>
+decltype(auto) withParameters(M const& entity, F const& f, std::index_sequence<I...>) {
+  return f((entity.*(entityAttribute<M, I>.get))()...);
+}
+template <class M, class F>
+decltype(auto) withParameters(M const& entity, F const& f) {
+  return withParameters(entity, f, PositionsOfKind<M, AttributeKind::parameter>());
+}
+
+}  // namespace detail
+
+template <class X>
+template <class D>
+Ptr<Entity::KroNboAttrLogSa> AdapterOf<X>::announceMember(D const& d, std::uint32_t flags,
+                                                          typename D::Element& member) {
+  Ptr<KroNboAttrLogSa> const known = childAdapter(d, member);
+  if (known && (known->is(announcedBit) || !known->isAnnouncer())) {
+    known->flagWordIs((known->flagWord() & ~inheritedBits) | flags);
+    return known;
+  }
+  return detail::withParameters(member,
+                                [&](auto const&... parameters) { return announce(d, flags, member, parameters...); });
+}
+
+template <class X>
+void AdapterOf<X>::doSerializeOrphan() {
+  Ptr<Out> const out = nboAttrLogOut();
+  beforeMessage();
+  out->nextHeaderIs(MsgHeader{rootCreationEntityId, rootCreationAttributeId, true, 0, 0, false});
+  try {
+    out << Out::TransactToken::begin;
+    out->currentPayloadSectionIs(1);
+    out << String8(X::Attributes::typeName);
+    out->currentPayloadSectionIs(3);
+    if constexpr (X::Attributes::isNamed) {
+      out << entity().name();
+    }
+    detail::withParameters(entity(), [&](auto const&... parameters) { (void(out << parameters), ...); });
+    out->currentPayloadSectionIs(4);
+    out << entityId() << Out::TransactToken::end;
+  } catch (...) {
+    out->messageAbort();
+    throw;
+  }
+  afterMessage();
+  stateIs(announcedBit, true);
+  announcedAtIs(streamDemuxer()->sent());
+  streamDemuxer()->announced(entity());
+}
+
+// --- targets of references ---
+
+template <class X>
+void AdapterOf<X>::targetAnnounced(Entity const& target) {
+  forEachEntityAttribute<X>([&](auto const& d) {
+    using D = std::remove_cvref_t<decltype(d)>;
+    if constexpr (D::kind == AttributeKind::references) {
+      bool const isStillToCome = !flow().template bit<D>() && !flow().template keys<D>().bookmark;
+      auto const* const typed = dynamic_cast<typename D::Element const*>(&target);
+      if (typed == nullptr || isStillToCome) {
+        return;
+      }
+      for (auto const& entry : entity().*(d.field)) {
+        if (entry.referenced().get() == typed) {
+          markKey(d, detail::keyOf<D>(entry), false);
+        }
+      }
+    }
+  });
+}
+
+template <class X>
+void AdapterOf<X>::targetRetired(EntityId id, Entity const& target) {
+  constexpr std::size_t most = 1024;  // more will not cross one message
+  forEachEntityAttribute<X>([&](auto const& d) {
+    using D = std::remove_cvref_t<decltype(d)>;
+    if constexpr (D::kind == AttributeKind::references) {
+      if (auto const* const typed = dynamic_cast<typename D::Element const*>(&target)) {
+        auto& gone = flow().template keys<D>().goneTargets;
+        gone.emplace_back(id, D::Record::KroHashLink::keyOfReferenced(*typed));
+        if (gone.size() > most) {
+          gone.pop_front();
+        }
+      }
+    }
+  });
+}
+
+}  // namespace Kro::NboAttrLog

@@ -1,0 +1,175 @@
+// The part of `AdapterOf` that writes what waits: whole collections and dirty attributes, as long as there is room.
+// Included by that header.
+#pragma once
+
+#include <tuple>
+
+#include "runtime/log/AdapterOf.h"
+
+namespace Kro::NboAttrLog {
+
+template <class X>
+template <class D>
+void AdapterOf<X>::reannounceMembers(D const& d) {
+  if constexpr (D::kind == AttributeKind::members) {
+    for (auto& member : entity().*(d.field)) {
+      if (Ptr<KroNboAttrLogSa> const adapter = childAdapter(d, member)) {
+        adapter->stateIs(announcedBit, false);
+      }
+    }
+  }
+}
+
+/// Sends the collection whole, from its first entry or from where it was interrupted.
+template <class X>
+template <class D>
+bool AdapterOf<X>::walkWhole(D const& d) {
+  using Iterator = typename D::MapType::Iterator;
+  auto& keys = flow().template keys<D>();
+  auto& map = entity().*(d.field);
+  if (!keys.bookmark) {
+    reannounceMembers(d);
+    sendTransactionMarker(D::id, transactionBegin, 0);
+  }
+  Iterator at = keys.bookmark ? Iterator(map, kroFlowOutBookmarkDeq<typename D::Key>(keys)) : Iterator(map);
+  while (at) {
+    typename D::Key const key = detail::keyOf<D>(*at);
+    if constexpr (D::kind == AttributeKind::values) {
+      serializeValue(d, key, detail::elementOf<D>(*at));
+    } else if constexpr (D::kind == AttributeKind::members) {
+      serializeEntity(d, key, detail::elementOf<D>(*at));
+    } else {
+      serializeReference(d, key, detail::elementOf<D>(*at));
+    }
+    if (flow().suspended()) {
+      kroFlowOutBookmarkEnq<typename D::Key>(keys, key);  // not written: it stays dirty and comes again
+      return false;
+    }
+    at.advance();
+    if (at && !continueFlowOut()) {
+      kroFlowOutBookmarkEnq<typename D::Key>(keys, detail::keyOf<D>(*at));
+      return false;
+    }
+  }
+  flow().template bitIs<D>(true);
+  sendTransactionMarker(D::id, transactionEnd, 0);
+  return true;
+}
+
+template <class X>
+template <class D>
+bool AdapterOf<X>::walkDirtyKeys(D const& d) {
+  auto& dirty = flow().template keys<D>().dirty;
+  while (dirty.size() != 0) {
+    if (!continueFlowOut()) {
+      return false;
+    }
+    typename D::Key const key = dirty.begin()->key();
+    handleKey(d, key);
+    if (flow().suspended()) {
+      return false;
+    }
+  }
+  return true;
+}
+
+template <class X>
+template <class D>
+bool AdapterOf<X>::serializeCollection(D const& d) {
+  if (!mayWriteAtAll(D::id) || flowOut() == nullptr) {
+    return true;
+  }
+  if (!flow().template bit<D>() && !walkWhole(d)) {
+    return false;
+  }
+  return walkDirtyKeys(d);
+}
+
+template <class X>
+template <class D>
+bool AdapterOf<X>::flowOutAttribute(D const& d, AttributeId from, AttributeId& resumeAt) {
+  if constexpr (isTold<D>) {
+    if (D::id < from) {
+      return true;
+    }
+    resumeAt = D::id;
+    if (!continueFlowOut()) {
+      return false;
+    }
+    flow().attrIdIs(D::id);
+    if constexpr (isKeyed<D>) {
+      if (!serializeCollection(d)) {
+        return false;
+      }
+    } else if (flow().template bit<D>()) {
+      if constexpr (D::kind == AttributeKind::child) {
+        handleChild(d);
+      } else {
+        handleScalar(d);
+      }
+      if (flow().suspended()) {
+        return false;
+      }
+    }
+    resumeAt = 0;
+  }
+  return true;
+}
+
+template <class X>
+AttributeId AdapterOf<X>::handleAttrFlowOut(AttributeId from) {
+  if (flowOut() == nullptr) {
+    return 0;
+  }
+  FlowingOut const flowing(*this);
+  while (AttributeId const aborted = flow().pendingAbort()) {
+    sendTransactionMarker(aborted, transactionAbort, 0);
+    flow().pendingAbortDel(aborted);
+  }
+  AttributeId resumeAt = 0;
+  std::apply([&](auto const&... d) { (void)(flowOutAttribute(d, from, resumeAt) && ...); }, X::Attributes::all);
+  return resumeAt;
+}
+
+template <class X>
+void AdapterOf<X>::freeResyncState(FlowOut& flowOut) {
+  auto& typed = static_cast<Flow&>(flowOut);
+  forEachEntityAttribute<X>([&](auto const& d) {
+    using D = std::remove_cvref_t<decltype(d)>;
+    if constexpr (isKeyed<D>) {
+      if (D::id == typed.attrId()) {
+        typed.template keys<D>().bookmark.reset();
+      }
+    }
+  });
+}
+
+template <class X>
+unsigned AdapterOf<X>::audit() const {
+  unsigned errors = KroNboAttrLogSa::audit();
+  if (flowOut() != nullptr) {
+    forEachEntityAttribute<X>([&](auto const& d) {
+      using D = std::remove_cvref_t<decltype(d)>;
+      if constexpr (isKeyed<D>) {
+        errors += flow().template keys<D>().dirty.auditErrors(0);
+      }
+    });
+    errors += flow().hasDirtyAttributes() && waiting().since == 0 ? 1U : 0U;  // what is dirty must wait somewhere
+  }
+  return errors;
+}
+
+template <class X>
+void AdapterOf<X>::kroInstantiateSerialize() {
+  KroNboAttrLogSa::kroInstantiateSerialize();
+  forEachEntityAttribute<X>([&](auto const& d) {
+    using D = std::remove_cvref_t<decltype(d)>;
+    if constexpr (D::kind == AttributeKind::child) {
+      handleChild(d);
+    } else if constexpr (D::kind == AttributeKind::members) {
+      serializeCollection(d);
+    }
+  });
+}
+
+}  // namespace Kro::NboAttrLog
