@@ -81,7 +81,7 @@ TEST_F(RootConfigTest, CountsAndTellsWhatChanges) {
   EXPECT_EQ(config->aclKeyToAclId()->name(), Kro::Name("AclKeyToAclId"));
 }
 
-TEST_F(RootConfigTest, ReportsFailuresWithTheAttributesId) {
+TEST_F(RootConfigTest, ReportsFailuresWithTheAttributesIdAndShowsWhatIsStored) {
   auto const a = observe<ConfigSpy>(config, "A", [] { throw 1; });
   config->activeIs(true);
   config->vornAclCollIs("x");
@@ -94,10 +94,9 @@ TEST_F(RootConfigTest, ReportsFailuresWithTheAttributesId) {
   EXPECT_EQ(journal.take(),
             "A:active A:!260 A:aclColl A:!261 A:mapping A:!262 A:action A:!263 A:time A:!264 A:kick A:!265 A:kick "
             "A:!265 A:initialized A:!267");
-}
-
-TEST_F(RootConfigTest, HandlersOfChildrenSeeThemStoredAndNothingInitialized) {
-  auto const a = observe<ConfigSpy>(config, "A");
+  // Handlers see the children stored, and nothing initialized.
+  config = Vorn::rootConfigFactory("config", 5, 7);
+  a->notifierIs(config);
   std::string seen;
   a->act = [&] {
     seen += config->vornAclColl() ? "coll " : "";
@@ -106,6 +105,7 @@ TEST_F(RootConfigTest, HandlersOfChildrenSeeThemStoredAndNothingInitialized) {
   };
   config->initialize();
   EXPECT_EQ(seen, "coll not yet. coll mapping not yet. coll mapping initialized.");
+  a->act = nullptr;
 }
 
 TEST_F(RootConfigTest, NothingTouchesAConfigurationThatAHandlerDestroyed) {
@@ -144,46 +144,33 @@ TEST_F(RootConfigTest, TellsItsEndAndLeavesNoChildBehind) {
 
 TEST_F(RootConfigTest, ComparesChipAndChildren) {
   using Change = std::function<void(RootConfig&)>;
-  Change const nothing = [](RootConfig&) {};
-  Change const initialize = [](RootConfig& c) { c.initialize(); };
-  Change const filled = [](RootConfig& c) {
-    c.initialize();
-    c.vornAclColl()->newAcl(aclId, Acl::ip, "");
-  };
-  Change const mapped = [](RootConfig& c) {
-    c.initialize();
-    c.aclKeyToAclId()->newKeyToId(Zil::AclKey(), aclId);
-  };
+  Change const bare = [](RootConfig&) {};
+  Change const initialized = [](RootConfig& c) { c.initialize(); };
+  Change const filled = [](RootConfig& c) { c.initialize(), c.vornAclColl()->newAcl(aclId, Acl::ip, ""); };
+  Change const mapped = [](RootConfig& c) { c.initialize(), c.aclKeyToAclId()->newKeyToId(Zil::AclKey(), aclId); };
   Change const other = [](RootConfig& c) {
     c.activeIs(true), c.actionIs(Vorn::vornAbort), c.vornRootKickIs(1), c.vornRootKickTimeIs(nan);
     c.initializedIs(true);
   };
-  struct Case {
-    char const* what;
-    Change mine, others;
-    std::uint16_t chip;
-    bool isEqual;
-    std::uint32_t reads;
-  };
-  for (Case const& c :
-       std::vector<Case>{{"bare", nothing, other, 7, true, 3},
-                         {"chip", nothing, nothing, 8, false, 1},
-                         {"one child", nothing, initialize, 7, false, 2},
-                         {"one child", [](RootConfig& r) { r.aclKeyToAclIdIs("m"); }, nothing, 7, false, 3},
-                         {"same children", filled, filled, 7, true, 3},
-                         {"ACLs", filled, initialize, 7, false, 2},
-                         {"mapping", initialize, mapped, 7, false, 3}}) {
-    SCOPED_TRACE(c.what);
+  auto const check = [](Change const& ofMine, Change const& ofOthers, std::uint16_t chip, bool isEqual,
+                        std::uint32_t reads) {
     Ptr<RootConfig> const mine = Vorn::rootConfigFactory("mine", 1, 7);
-    Ptr<RootConfig> const others = Vorn::rootConfigFactory("others", 2, c.chip);
-    c.mine(*mine);
-    c.others(*others);
-    Cost const ofOthers = costOf(*others, [&] {
-      EXPECT_EQ(costOf(*mine, [&] { EXPECT_EQ(mine->equal(others), c.isEqual); }), (Cost{0, c.reads}));
+    Ptr<RootConfig> const others = Vorn::rootConfigFactory("others", 2, chip);
+    ofMine(*mine);
+    ofOthers(*others);
+    Cost const cost = costOf(*others, [&] {
+      EXPECT_EQ(costOf(*mine, [&] { EXPECT_EQ(mine->equal(others), isEqual); }), (Cost{0, reads}));
     });
-    EXPECT_EQ(ofOthers, (Cost{0, c.reads}));
+    EXPECT_EQ(cost, (Cost{0, reads}));
     EXPECT_FALSE(mine->equal(nullptr));
-  }
+  };
+  check(bare, other, 7, true, 3);
+  check(bare, bare, 8, false, 1);
+  check(bare, initialized, 7, false, 2);
+  check([](RootConfig& c) { c.aclKeyToAclIdIs("m"); }, bare, 7, false, 3);
+  check(filled, filled, 7, true, 3);
+  check(filled, initialized, 7, false, 2);
+  check(initialized, mapped, 7, false, 3);
 }
 
 }  // namespace
