@@ -3,20 +3,13 @@
 
 #include <cstdint>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace VornTest {
-
-#if defined(VORNACL_TEST_DIR)
-inline constexpr char const* testFolder = VORNACL_TEST_DIR;
-#elif defined(VORNACL_SOURCE_DIR)
-inline constexpr char const* testFolder = VORNACL_SOURCE_DIR "/tests";
-#else
-inline constexpr char const* testFolder = "tests";
-#endif
 
 /// One reference hash and the fields of the value that has it.
 struct Vector {
@@ -28,24 +21,17 @@ struct Vector {
 
 /// The rows of one type. Throws where there is none: a test over no rows would pass.
 inline std::vector<Vector> vectorsOf(std::string const& type) {
-  std::ifstream file(std::string(testFolder) + "/vectors.txt");
+  std::ifstream file(VORNACL_SOURCE_DIR "/tests/vectors.txt");
   std::vector<Vector> rows;
   for (std::string line; std::getline(file, line);) {
     std::istringstream words(line);
-    std::string word;
-    if (!(words >> word) || word != type) {
-      continue;
+    std::vector<std::string> const fields{std::istream_iterator<std::string>(words), {}};
+    if (fields.size() > 1 && fields[0] == type) {
+      rows.push_back({{fields.begin() + 1, fields.end() - 1}, static_cast<std::uint32_t>(std::stoul(fields.back()))});
     }
-    Vector row;
-    while (words >> word) {
-      row.fields.push_back(word);
-    }
-    row.hash = static_cast<std::uint32_t>(std::stoul(row.fields.at(row.fields.size() - 1)));
-    row.fields.pop_back();
-    rows.push_back(row);
   }
   if (rows.empty()) {
-    throw std::runtime_error("no reference hash of " + type + " in " + testFolder + "/vectors.txt");
+    throw std::runtime_error("no reference hash of " + type);
   }
   return rows;
 }

@@ -17,8 +17,8 @@
 
 #include "tools/demo/Changes.h"
 #include "tools/demo/Dump.h"
+#include "tools/demo/Files.h"
 #include "tools/demo/Followers.h"
-#include "tools/demo/Peer.h"
 
 namespace {
 
@@ -147,34 +147,28 @@ TEST(Demo, mirrorsThePublicSets) {
   EXPECT_EQ(sets, 10);
 }
 
-struct Process {
-  char state = 0;
-  pid_t parent = 0;
-};
-
-/// All processes, those that ended and were not waited for excepted.
-std::map<pid_t, Process> processes() {
-  std::map<pid_t, Process> all;
+/// The processes that have not ended, by id, each with the letter of its state and its parent.
+std::map<pid_t, std::pair<char, pid_t>> processes() {
+  std::map<pid_t, std::pair<char, pid_t>> all;
   for (auto const& entry : std::filesystem::directory_iterator("/proc")) {
     std::ifstream file(entry.path() / "stat");
     std::string text;
     std::getline(file, text);
     std::istringstream fields(text.substr(std::min(text.size(), text.rfind(')') + 1)));
-    if (Process found; fields >> found.state >> found.parent && found.state != 'Z') {
-      all[std::stoi(text)] = found;
+    char state = 0;
+    pid_t parent = 0;
+    if (fields >> state >> parent && state != 'Z') {
+      all[std::stoi(text)] = {state, parent};
     }
   }
   return all;
 }
 
-template <class Condition>
-bool soon(Condition condition) {
-  bool holds = condition();
-  for (int left = 2000; left > 0 && !holds; --left) {
+bool soon(std::function<bool()> const& condition) {
+  for (int left = 2000; left > 0 && !condition(); --left) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    holds = condition();
   }
-  return holds;
+  return condition();
 }
 
 /// Whatever dies, the others end, and no file stays: also while one of them stands still.
@@ -195,8 +189,8 @@ TEST(Demo, leavesNothingBehindWhoeverDies) {
     auto const isHalf = [&] {
       running = stopped = 0;
       for (auto const& [id, process] : processes()) {
-        if (process.parent == source) {
-          (process.state == 'T' ? stopped : running) = id;
+        if (process.second == source) {
+          (process.first == 'T' ? stopped : running) = id;
         }
       }
       return running != 0 && stopped != 0;
@@ -209,10 +203,8 @@ TEST(Demo, leavesNothingBehindWhoeverDies) {
     int status = 0;
     EXPECT_EQ(waitpid(source, &status, 0), source);
     EXPECT_FALSE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    EXPECT_TRUE(soon([&] {
-      auto const left = processes();
-      return !left.contains(running) && !left.contains(stopped);
-    })) << "a mirror lives on";
+    auto const areOver = [&] { return !processes().contains(running) && !processes().contains(stopped); };
+    EXPECT_TRUE(soon(areOver)) << "a mirror lives on";
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
   }
 }
@@ -261,32 +253,9 @@ TEST(Demo, changesRepeatThemselves) {
   EXPECT_FALSE(Demo::Changes(filled(Vorn::rootConfigCollFactory("t"), {0}), 1000, 0).next());
 }
 
-/// A mirror that dies in the middle of the first transfer harms neither the tree nor its successor.
-TEST(Demo, aMirrorDiesInTheMiddleOfATransfer) {
-  Tree const tree = filled(Vorn::rootConfigCollFactory("t"), {50000});
-  {
-    Demo::Peer peer(tree, Demo::MirrorTask::dump, program);
-    peer.process().stop();
-    peer.pump().move();
-    EXPECT_FALSE(peer.pump().isDrained());
-    peer.kill();
-    EXPECT_EQ(peer.connection().lastError(), "the other process was killed");
-    EXPECT_THROW(Demo::Peer::drain({&peer}), std::runtime_error);
-  }
-  EXPECT_EQ(tree->auditErrors(9), 0U);
-  Demo::Peer successor(tree, Demo::MirrorTask::dump, program);
-  Demo::Peer::drain({&successor});
-  successor.finish();
-  EXPECT_NE(successor.result(), "");
-  EXPECT_TRUE(successor.dump() == dumpOf(tree));
-}
-
 /// One difference anywhere in a tree shows in the dump, each in its own way; the order of creation does not.
 TEST(Demo, dumpShowsEveryAttributeOfEveryEntity) {
   auto const onChip = [](auto change) { return [change](Tree const& tree) { change(*tree->chipRootConfig(1)); }; };
-  auto const newList = [](Acl::AclType type, char const* name) {
-    return [=](Tree const& t) { t->chipRootConfig(1)->vornAclColl()->aclIs({Vorn::macAcl, 1, Acl::out}, type, name); };
-  };
   auto const onAcl = [](auto change) {
     return [change](Tree const& t) { change(*t->chipRootConfig(1)->vornAclColl()->acl({Vorn::ipv4PAcl, 1, Acl::in})); };
   };
@@ -304,9 +273,9 @@ TEST(Demo, dumpShowsEveryAttributeOfEveryEntity) {
       onChip([](auto& c) { c.aclKeyToAclIdIs("another"); }),
       onChip([](auto& c) { c.aclKeyToAclId()->keyToIdIs(Zil::AclKey(Acl::ip, "a"), {}); }),
       onChip([](auto& c) { c.aclKeyToAclId()->keyToIdIs(Zil::AclKey(Acl::ip, "b"), {}); }),
-      newList(Acl::mac, "a"),
-      newList(Acl::ip, "a"),
-      newList(Acl::mac, "b"),
+      onChip([](auto& c) { c.vornAclColl()->aclIs({}, Acl::mac, "a"); }),
+      onChip([](auto& c) { c.vornAclColl()->aclIs({}, Acl::ip, "a"); }),
+      onChip([](auto& c) { c.vornAclColl()->aclIs({}, Acl::mac, "b"); }),
       onAcl([](auto& a) { a.ipRuleByIdIs(AceIndex(1, 0, 0), {}); }),
       onAcl([](auto& a) { a.ipRuleByIdIs(AceIndex(0, 1, 0), {}); }),
       onAcl([=](auto& a) { a.ipRuleByIdIs(AceIndex(1, 0, 0), logged); }),
@@ -319,16 +288,14 @@ TEST(Demo, dumpShowsEveryAttributeOfEveryEntity) {
     auto const [known, isNew] = seen.emplace(dumpOf(tree), i);
     EXPECT_TRUE(isNew) << i << " looks like " << known->second;
   }
-  std::string dumps[2];
-  for (int const turn : {0, 1}) {
-    auto const tree = Vorn::rootConfigCollFactory("t");
-    for (std::uint16_t n = 0; n < 40; ++n) {
-      auto const chip = static_cast<std::uint16_t>(turn == 0 ? n : 39 - n);
-      tree->chipRootConfigIs(chip, Vorn::ChipId(chip));
-    }
-    dumps[turn] = dumpOf(tree);
+  Tree const ascending = Vorn::rootConfigCollFactory("t");
+  Tree const descending = Vorn::rootConfigCollFactory("t");
+  for (std::uint16_t n = 0; n < 40; ++n) {
+    auto const last = static_cast<std::uint16_t>(39 - n);
+    ascending->chipRootConfigIs(n, Vorn::ChipId(n));
+    descending->chipRootConfigIs(last, Vorn::ChipId(last));
   }
-  EXPECT_EQ(dumps[0], dumps[1]);
+  EXPECT_EQ(dumpOf(ascending), dumpOf(descending));
 }
 
 TEST(Demo, tellsTheFirstDifferenceOfDumps) {
