@@ -27,14 +27,14 @@ TEST(RuleFile, readsEveryFieldAndPrintsTheCanonicalLine) {
        "2 192.0.2.1/32 0.0.0.0/0 1024-65535 0-65535 0x2F/0xFF\n",
        "(sip=192.0.2.1/32, dip=0.0.0.0/0, sport=[1024, 65535], dport=[0, 65535], proto=47)",
        {true, true}},
-      {"@255.255.255.255/32\t203.0.113.255/25\t0 : 65535\t80 : 80\t0x06/0x00\t0x0200/0x0000\t",
+      {"@255.255.255.255/32\t203.0.113.128/25\t0 : 65535\t80 : 80\t0x06/0x00\t0x0200/0x0000",
        "3 255.255.255.255/32 203.0.113.128/25 0-65535 80-80 0x06/0x00\n",
        "(sip=255.255.255.255/32, dip=203.0.113.128/25, sport=[0, 65535], dport=[80], proto=6, tcp=------)",
        {false, true}},
   };
   std::string text;
   for (auto const& c : cases) {
-    text.append(text.empty() ? "" : "\n").append(c.line);
+    text.append(text.empty() ? "" : "\r\n\n").append(c.line);
   }
   for (char const* end : {"", "\n"}) {
     auto const rules = Demo::readRules(text + end, "f").rules;
@@ -107,7 +107,7 @@ TEST(RuleFile, stopsAtTheFirstPlaceThatIsNotAsItMustBe) {
     char const* line;
     char const* error;
   } const cases[] = {
-      {"", "1: expected \"@\" at the start of a filter"},
+      {" ", "1: expected \"@\" at the start of a filter"},
       {"@", "2: expected a number of an IPv4 address, 0 to 255"},
       {"@192.0.256.0/24\t", "8: expected a number of an IPv4 address, 0 to 255"},
       {"@192.0.02.0/24\t", "8: expected a number of an IPv4 address, 0 to 255"},
@@ -115,6 +115,7 @@ TEST(RuleFile, stopsAtTheFirstPlaceThatIsNotAsItMustBe) {
       {"@192.0.2/24\t", "9: expected \".\" within an IPv4 address"},
       {"@192.0.2.0\t", "11: expected \"/\" and a prefix length"},
       {"@192.0.2.0/33\t", "12: expected a prefix length, 0 to 32"},
+      {"@192.0.2.1/24\t", "2: expected a prefix without bits beyond its length"},
       {"@192.0.2.0/24 \t", "14: expected a tab behind the source"},
       {"@0.0.0.0/0\t0.0.0.0/0", "21: expected a tab behind the destination"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1: 2", "23: expected \" : \" between two ports"},
@@ -126,11 +127,11 @@ TEST(RuleFile, stopsAtTheFirstPlaceThatIsNotAsItMustBe) {
       {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x0g/0xFF\t", "34: expected a protocol or its mask, as 0x06"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06 0xFF\t", "38: expected \"/\" and a mask"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFE\t", "39: expected a protocol mask of 0x00 or 0xFF"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF", "43: expected a tab behind the protocol"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t\r", "44: expected flags or their mask, as 0x1000"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF ", "43: expected a tab behind the protocol"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t\r\r", "44: expected flags or their mask, as 0x1000"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t0x0200/0x200\t", "51: expected flags or their mask, as 0x1000"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t0x0200/0x02000\t", "57: expected a tab behind the flags"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t0x0200/0x0200\t\r", "58: expected the end of the line"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t0x0200/0x0200\t\t", "58: expected the end of the line"},
   };
   std::string const good = lineOf("0x06/0xFF\t") + '\n';
   for (auto const& c : cases) {
