@@ -207,12 +207,13 @@ class LogTest : public EntityTest {
     }
   }
   Ptr<Entity> at(Side side, std::string const& place) {
-    for (auto const& entity : everythingIn(side == S ? root : mirror)) {
+    Ptr<Entity> const from = side == S ? root : mirror;
+    for (auto const& entity : from ? everythingIn(from) : std::vector<Ptr<Entity>>()) {
       if (placeOf(*entity) == place) {
         return entity;
       }
     }
-    return place == "old" ? old : nullptr;
+    return place == "old" && old ? old : throw std::runtime_error("nothing at " + place);
   }
   Ptr<VornAcl> acl(Side side = M) { return Kro::ptrCast<VornAcl>(at(side, "5v7")); }
   Ptr<Sa> adapter(std::uint64_t id) { return Kro::share((*link)[M].demuxer().reactor({id})); }

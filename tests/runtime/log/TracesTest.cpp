@@ -136,6 +136,10 @@ TEST_F(Traces, MergeWhileChangesWait) {
       {"reference changed, to what is not announced", "c8=1 move", "f8 stranger1", "(3,-259,T,0,0) 1", "c:failed(1)"},
       {"reference changed, removed", "c8=1 move", "f8 -f1", "(3,-259,T,0,0) 1", "c:failed(1)"},
       {"reference removed, set", "", "-f1 f5", "(3,259,T,0,0) 7", ""},
+      {"older below, then above", "", "kick+1 r3=3 kick+1", "(11,261,T,0,0) 3.0.0 ttl=3; (7,265,F,4,0) 2",
+       "5v7:ip(3.0.0) 5:kick"},
+      {"newer below", "", "kick+1 r3=3", "(7,265,F,4,0) 1; (11,261,T,0,0) 3.0.0 ttl=3", "5:kick 5v7:ip(3.0.0)"},
+      {"what goes takes its place", "", "r3=3 kick+1 -a7", "(9,-258,T,0,0) 1.7.0; (7,265,F,4,0) 1", acl7 + " 5:kick"},
       {"reference to what is not sent yet", "", "c8=2 f8", "(3,258,T,0,151) 8 2 15; " + bare(15) + "; (3,259,T,0,0) 15",
        "c:config(8) c:failed(2)"}};
   for (Row const& row : rows) {

@@ -198,7 +198,7 @@ TEST_F(Transfers, AnyOrderOfDestructionIsClean) {
     std::size_t const before = Kro::PtrTrack::live();
     {
       start();
-      run("M block r8=8 -a7 kick=1 S block r9=9 a8=0x -p");  // both ends have something to write
+      run("M block r8=8 a9=0m kick=1 S block r9=9 a8=0x -p");  // both ends have something to write
       link->pull(S);
       auto sa = std::make_pair(adapter(7), root->kroNboAttrLogSa(Ptr<Kro::NboAttrLog::Out const>((*link)[S].out())));
       Ptr<AclSpy> spy = observe<AclSpy>(acl(), "A");

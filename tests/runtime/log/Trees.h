@@ -33,21 +33,12 @@ inline std::span<std::uint8_t const> bytesOf(std::string_view text) {
 inline Vorn::AclId aclId(std::uint32_t n) {
   return {Vorn::ipv4PAcl, Vorn::ChipRuleListId(static_cast<std::uint8_t>(n)), Acl::in};
 }
-/// A rule that tells its number: small ones as time to live.
-inline Vorn::IpRuleConfig rule(std::uint32_t n) {
+inline Vorn::IpRuleConfig rule(std::uint32_t ttl) {
   Vorn::IpFilter filter;
-  filter.ttlIs(static_cast<std::uint8_t>(n < 256 ? n : 0));
-  if (n >= 256) {
-    filter.icmpTypeIs(static_cast<std::uint16_t>(n >> 16U));
-    filter.icmpCodeIs(static_cast<std::uint16_t>(n));
-  }
+  filter.ttlIs(static_cast<std::uint8_t>(ttl));
   Vorn::IpRuleConfig rule;
   rule.filterIs(filter);
   return rule;
-}
-inline std::uint32_t numberOf(Vorn::IpRuleConfig const& rule) {
-  std::uint32_t const n = std::uint32_t{rule.filter().icmpType()} << 16U | rule.filter().icmpCode();
-  return n == UINT32_MAX ? rule.filter().ttl() : n;
 }
 inline Vorn::MacRuleConfig macRule(std::uint32_t proto) {
   Vorn::MacFilter filter;
