@@ -198,6 +198,11 @@ TEST_F(Traces, SituationsBetweenTwoEnds) {
        "(11,261,T,0,0) 2.0.0 ttl=22"},
       {"a configuration referred to, removed by the mirror", "-f1 move", "f5 M -c5 cross", "(3,259,T,0,0) 7",
        "c:config(5) " + gone + " 5:mapping", "(3,-258,T,0,0) 5"},
+      {"instead of another one", "c8=1 f8 move", "f5 M -c5 cross", "(3,259,T,0,0) 7",
+       "c:config(5) " + gone + " 5:mapping c:failed(1)", "(3,-258,T,0,0) 5"},
+      {"by the mirror, removed by the deciding end", "c8=1 f8 move", "-c5 M f5 cross",
+       "(3,-258,T,0,0) 5; (3,259,T,0,0) 15", "c:failed(1) c:config(5) c:failed(1) " + gone + " 5:mapping",
+       "(3,259,T,0,0) 7"},
       // Nothing crosses.
       {"the mirror writes", "", "M r5=5 -r1 kick=3 a8=2m 5v8/m1=1 -p c9=2 f6", "",
        "5v7:ip(5.0.0) " + ip1 + " 5:kick " + acl8 + " 5v8:mac(1.0.0) 5:mapping c:config(9) c:failed(2)",
