@@ -215,6 +215,17 @@ class LogTest : public EntityTest {
     }
     return place == "old" && old ? old : throw std::runtime_error("nothing at " + place);
   }
+  /// What an end said since it was asked last, but for its progress.
+  std::string words(Side side) {
+    std::istringstream all(link->lines(side));
+    std::string rest;
+    for (std::string line; std::getline(all >> std::ws, line, ';');) {
+      if (line != "complete" && line.rfind("applied", 0) != 0) {
+        rest += (rest.empty() ? "" : "; ") + line;
+      }
+    }
+    return rest;
+  }
   Ptr<VornAcl> acl(Side side = M) { return Kro::ptrCast<VornAcl>(at(side, "5v7")); }
   Ptr<Sa> adapter(std::uint64_t id) { return Kro::share((*link)[M].demuxer().reactor({id})); }
   void forget() { link->lines(S), link->lines(M), journal.take(); }
