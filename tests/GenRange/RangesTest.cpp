@@ -165,7 +165,8 @@ TEST(RecordText, FollowsItsGrammar) {
   expectOutcome(read, "expected \"'\" at column 40", {RECORD "'rangeEnd"});
   expectOutcome(read, "expected \":\" at column 41", {RECORD "'rangeEnd'", RECORD "'rangeEnx'; 1"});
   expectOutcome(read, "expected \",\" at column 45", {RECORD "'rangeEnd': 1 'rangeEnd': 2})"});
-  expectOutcome(read, "expected \"Value\" at column 0", {"", "(", "value('Vorn::L4PortRange', ** {})"});
+  expectOutcome(read, "expected \"Value\" at column 0", {"", "\xa0Value(", "value('Vorn::L4PortRange', ** {})"});
+  expectOutcome(read, "expected \"Value\" at column 3", {"Val", "Valve("});
   expectOutcome(read, "expected \"(\" at column 5", {"Value", "Value'"});
   expectOutcome(read, "expected \"'Vorn::L4PortRange'\" at column 13", {"Value('Vorn::GenRange', ** {})"});
   expectOutcome(read, "expected \"'Vorn::L4PortRange'\" at column 23", {"Value('Vorn::L4PortRang\\x65', ** {})"});

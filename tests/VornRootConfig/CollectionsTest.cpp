@@ -440,16 +440,12 @@ TEST(Comparison, GoesUpToTheFirstDifference) {
   check("MAC rule", acl({{1, 1}}, {{2, 1}}), acl({{1, 1}}, {{2, 0}}), false, 5, 7);
   check("absent counts as default", acl({{1, 0}}, {{1, 1}}), acl({{2, 1}}, {{1, 1}}), true, 5, 7);
   check("the other way round", acl({{2, 1}}, {{1, 1}}), acl({{1, 0}}, {{1, 1}}), false, 4, 5);
-  check("no entries", mapping({}), mapping({}), true, 1, 1);
   check("number of entries", mapping({{1, 1}}), mapping({}), false, 1, 1);
   check("same entries", mapping({{1, 1}, {2, 3}}), mapping({{1, 1}, {2, 3}}), true, 1, 3);
   check("last entry", mapping({{1, 1}, {2, 3}}), mapping({{1, 1}, {2, 1}}), false, 1, 3);
-  check("first entry", mapping({{1, 1}, {2, 3}}), mapping({{1, 3}, {2, 3}}), false, 1, 2);
   check("absent counts as default", mapping({{1, 0}}), mapping({{2, 1}}), true, 1, 2);
-  check("the other way round", mapping({{2, 1}}), mapping({{1, 0}}), false, 1, 2);
   auto const ruled = acls({{5, 0}});
   IpRules::put(*ruled->acl(aclId(5)), 1);
-  check("no members", acls({}), acls({}), true, 1, 1);
   check("number of members", acls({{5, 0}}), acls({}), false, 1, 1);
   check("same members", acls({{5, 0}}), acls({{5, 0}}), true, 1, 2);
   check("one rule", acls({{5, 0}}), ruled, false, 1, 2);

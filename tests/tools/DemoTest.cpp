@@ -32,8 +32,7 @@ std::string const program = std::string(VORNACL_BIN_DIR) + "/vornacl-demo";
 
 struct Result {
   int status = -1;
-  std::string output;
-  std::string messages;
+  std::string output, messages;
 };
 
 /// Runs the program through the shell.

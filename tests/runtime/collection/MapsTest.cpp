@@ -108,6 +108,7 @@ struct Ordered {
     return map.newMember(key, Payload(value), map.locate(key, hint.get()));
   }
   static void remove(Map& map, Ptr<Rule> const& member) { EXPECT_EQ(map.memberDel(member.get()), member); }
+  static void checkStart(Map const& map, int key, Map::Iterator const& it) { EXPECT_EQ(map.startAt(key), it.member()); }
   static int keyOf(Rule const& rule) { return rule.key(); }
   static int valueOf(Rule const& rule) { return rule.value().number; }
 };
@@ -127,6 +128,7 @@ struct Hashed {
     map.memberDel(member);
     EXPECT_EQ(IdMember::KroHashLink::next(*member), nullptr);
   }
+  static void checkStart(Map const&, Id const&, Map::Iterator const&) {}
   static Id keyOf(IdMember const& member) { return member.key_; }
   static int valueOf(IdMember const&) { return 0; }
 };
@@ -151,7 +153,7 @@ class RandomOperations {
         return remove(key);
       case 4:
         shadow = {Iterator(map_, key), at(model_.lower_bound(key))};
-        return;
+        return S::checkStart(map_, key, shadow.iterator);
       default:
         shadow.iterator.advance();
         shadow.key = shadow.key ? at(model_.upper_bound(*shadow.key)) : std::nullopt;
@@ -242,50 +244,12 @@ std::vector<int> keysOf(RuleMap const& map) {
   std::transform(map.begin(), map.end(), std::back_inserter(keys), Ordered::keyOf);
   return keys;
 }
-int keyOf(auto const& rule) { return rule ? rule->key() : -1; }
 
-TEST(RbTreeMap, AdvanceGoesOnWithTheSmallestGreaterKey) {
-  struct Case {
-    std::string changes;  ///< removed, inserted, replaced
-    int next;
-  };
-  // The iterator stands on 3 of 1 3 5 7; -1 is the end.
-  for (Case const& c : {Case{"", 5}, Case{"-3", 5}, Case{"-3 +3", 5}, Case{"=3", 5}, Case{"+4", 4}, Case{"-3 +4", 4},
-                        Case{"-5", 7}, Case{"-5 -7", -1}, Case{"-1 -3 -5 -7", -1}, Case{"-1 -3 -5 -7 +2", -1},
-                        Case{"-1 -3 -5 -7 +8 +9", 8}, Case{"-3 -5 +5", 5}}) {
-    SCOPED_TRACE(c.changes);
-    RuleMap map;
-    fill(map, {1, 3, 5, 7});
-    RuleMap::Iterator iterator(map, 3);
-    for (std::size_t at = 0; at < c.changes.size(); at += 3) {
-      int const key = c.changes[at + 1] - '0';
-      c.changes[at] == '-' ? map.memberDel(map.find(key)) : map.newMember(key, Payload(key));
-    }
-    EXPECT_EQ(iterator->key(), 3) << "it keeps its member until it moves";
-    iterator.advance();
-    EXPECT_EQ(keyOf(iterator.member()), c.next);
-    EXPECT_EQ(iterator.version(), map.version());
-  }
-}
-
-TEST(RbTreeMap, SearchesStartAtTheKeyOrBehindIt) {
-  struct Case {
-    int key, found, first;
-  };
+TEST(RbTreeMap, BookmarksAreKeysOtherThanTheDefault) {
   RuleMap map;
-  EXPECT_FALSE(RuleMap::IteratorConst(map));
-  EXPECT_EQ(map.startAt(1), nullptr);
-  fill(map, {8, 2, 4, 6});
-  for (Case const& c :
-       {Case{0, -1, 2}, Case{2, 2, 2}, Case{3, -1, 4}, Case{7, -1, 8}, Case{8, 8, 8}, Case{9, -1, -1}}) {
-    EXPECT_EQ(keyOf(map[c.key]), c.found) << c.key;
-    EXPECT_EQ(keyOf(map.startAt(c.key)), c.first) << c.key;
-    EXPECT_EQ(keyOf(RuleMap::IteratorConst(map, c.key).member()), c.first) << c.key;
-  }
-  RuleMap bookmarked;
-  fill(bookmarked, {0, 1});
-  RuleMap::IteratorConst iterator(bookmarked);
-  EXPECT_FALSE(iterator.hasBookmark()) << "a bookmark is a key other than the default";
+  fill(map, {0, 1});
+  RuleMap::IteratorConst iterator(map);
+  EXPECT_FALSE(iterator.hasBookmark());
   EXPECT_TRUE((++iterator).hasBookmark());
   EXPECT_FALSE((++iterator).hasBookmark());
 }
@@ -362,19 +326,6 @@ TEST(RbTreeMap, DetachedRecordsReachNothing) {
       EXPECT_EQ(keysOf(other), (std::vector<int>{0, key, 9}));
     }
   }
-}
-
-TEST(RbTreeMap, AWalkThatRemovesMeetsWhatIsInsertedAheadOfIt) {
-  RuleMap map;
-  fill(map, {2, 4, 6});
-  std::vector<int> removed;
-  for (RuleMap::Iterator iterator(map); iterator; iterator.advance()) {
-    removed.push_back(iterator.key());
-    map.memberDel(iterator.member().get());
-    fill(map, iterator.key() == 4 ? std::vector<int>{3, 5} : std::vector<int>());
-  }
-  EXPECT_EQ(removed, (std::vector<int>{2, 4, 5, 6}));
-  EXPECT_EQ(keysOf(map), (std::vector<int>{3}));
 }
 
 TEST(RbTreeMap, ViolatedPreconditionsChangeNothing) {

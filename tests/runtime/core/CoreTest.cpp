@@ -1,4 +1,6 @@
 // Strings and names, read positions, the hash, errors, flag bits.
+#include <gmock/gmock.h>
+
 #include "runtime/core/BitSet.h"
 #include "runtime/core/Exception.h"
 #include "runtime/core/Hash.h"

@@ -25,23 +25,6 @@ std::string front(String8 const& text) {
   return std::string(Kro::valueToStrep(value).view()) + " @ " + std::to_string(it.index());
 }
 
-TEST(NeedString, MatchesBlanksFreelyAndAllElseExactly) {
-  auto const needing = [](char const* pattern) {
-    return [pattern](String8 const& text) {
-      auto it = text.begin();
-      Kro::needString(it, text.end(), pattern);
-      return std::to_string(it.index());
-    };
-  };
-  expectOutcome(needing(" "), "0", {"", "x"});
-  expectOutcome(needing(" "), "7", {" \t\n\v\f\r x"});
-  expectOutcome(needing("} "), "1", {"}", "},"});
-  expectOutcome(needing("} "), "expected \"}\" at column 0", {"", " }", "x", "\xa0}"});
-  expectOutcome(needing(" ** "), "expected \"**\" at column 2", {" * *", " *", "  ", "  -"});
-  expectOutcome(needing(" Value"), "7", {"  Value(", "\n\tValue"});
-  expectOutcome(needing(" Value"), "expected \"Value\" at column 3", {"Val", "Valve", "   value"});
-}
-
 TEST(Text, OfIntegers) {
   expectOutcome(front<long long>, "7 @ 2", {"+7", "07", "+7,", "07x", "07|5"});
   expectOutcome(front<long long>, "-7 @ 3", {"-07", "-07.5"});
