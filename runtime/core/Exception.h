@@ -25,7 +25,7 @@ class VORNACL_API Exception : public std::exception {
    public:
     IdBitArray() : bits_(0) {}
     IdBitArray& add(Id id) {
-      bits_ |= std::uint64_t{1} << (id & 63U);
+      bits_ |= id < 64 ? std::uint64_t{1} << id : 0;
       return *this;
     }
     bool contains(Id id) const { return id < 64 && ((bits_ >> id) & 1U) != 0; }

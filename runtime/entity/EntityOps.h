@@ -252,10 +252,10 @@ Ptr<typename D::Type> setChild(X& entity, D const& d, Name const& name) {
   if (!created) {
     throwRangeException("null ValidPtr");
   }
-  Ptr<typename D::Type> const old = field;  // held beyond the dispatch: its end tells observers, too
-  if (old) {
+  Ptr<X> const held = share(&entity);  // the old child's end tells observers, who may drop this entity
+  if (field) {
     entity.kroCountMutation();
-    old->parentIs(nullptr);
+    field->parentIs(nullptr);
   }
   field = created;
   entity.kroCountMutation();
