@@ -102,6 +102,9 @@ void AdapterOf<X>::doSerializeOrphan() {
 
 template <class X>
 void AdapterOf<X>::targetAnnounced(Entity const& target) {
+  if (is(readOnlyBit)) {
+    return;  // writes nothing
+  }
   forEachEntityAttribute<X>([&](auto const& d) {
     using D = std::remove_cvref_t<decltype(d)>;
     if constexpr (D::kind == AttributeKind::references) {
@@ -110,9 +113,16 @@ void AdapterOf<X>::targetAnnounced(Entity const& target) {
       if (typed == nullptr || isStillToCome) {
         return;
       }
+      // Where the peer decides, what this end merely kept from before is for the transfer to repeat or to sweep, and an
+      // entity of the peer's is no news to it.
+      auto const& keys = flow().template keys<D>();
+      bool const isNews = isAnnouncer() || (keys.isConfirmed && childAdapter(d, *typed)->isAnnouncer());
       for (auto const& entry : entity().*(d.field)) {
-        if (entry.referenced().get() == typed) {
-          markKey(d, detail::keyOf<D>(entry), false);
+        if (entry.referenced().get() != typed) {
+          continue;
+        }
+        if (auto const key = detail::keyOf<D>(entry); isNews || keys.exempt.count(key) != 0) {
+          markKey(d, key, false);
         }
       }
     }

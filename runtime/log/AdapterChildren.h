@@ -29,9 +29,7 @@ bool AdapterOf<X>::isOvertaken(D const& d, typename D::Key const& key) {
   }
   auto& keys = flow().template keys<D>();
   std::uint64_t const known = streamDemuxer()->peerApplied();
-  while (!keys.removals.empty() && keys.removals.front().second <= known) {
-    keys.removals.pop_front();
-  }
+  keys.forgetRemovals(known);
   auto const isKey = [&](auto const& removal) { return removal.first == key; };
   auto* const mark = keys.dirty.find(key);
   if (std::any_of(keys.removals.begin(), keys.removals.end(), isKey) ||
@@ -137,6 +135,7 @@ void AdapterOf<X>::deserializeMember(D const& d, bool removal, In& in, bool give
   using Key = typename D::Key;
   if (removal) {
     auto const key = nextValue<Key>(in);
+    skipRestOfList(in);
     startApplying(in);
     if (given) {
       handleKey(d, key);
@@ -144,13 +143,20 @@ void AdapterOf<X>::deserializeMember(D const& d, bool removal, In& in, bool give
       ++streamDemuxer()->stats().droppedChanges;
     } else {
       peerWroteKey(d, key);
-      (entity().*(d.del))(key);
+      Ptr<M> const gone = share((entity().*(d.field)).find(key));
+      detail::HeldBack thrown;
+      thrown.run([&] { (entity().*(d.del))(key); });
+      if (gone && isRegistered()) {
+        streamDemuxer()->removedByPeer(*gone);
+      }
+      thrown.release();
     }
     return;
   }
   auto const parameters =
       detail::readParameters<M>(in, *streamDemuxer(), PositionsOfKind<M, AttributeKind::parameter>());
   Key const key = std::get<0>(parameters);
+  skipRestOfList(in);
   EntityId const id = in.nextEntityId();
   if (given) {
     startApplying(in);
@@ -186,6 +192,7 @@ template <class D>
 void AdapterOf<X>::deserializeChild(D const& d, bool removal, In& in, bool given) {
   using C = typename D::Type;
   if (removal) {
+    skipRestOfList(in);
     startApplying(in);
     if (given) {
       handleChild(d);
@@ -199,6 +206,7 @@ void AdapterOf<X>::deserializeChild(D const& d, bool removal, In& in, bool given
     return;
   }
   Name const name = nextValue<Name>(in);
+  skipRestOfList(in);
   EntityId const id = in.nextEntityId();
   if (given) {
     startApplying(in);

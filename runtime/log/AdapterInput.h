@@ -10,11 +10,16 @@
 
 namespace Kro::NboAttrLog {
 
+/// What a payload that came through an attribute list holds beyond what is known here. The id of a child stands behind.
 template <class X>
-void AdapterOf<X>::startApplying(In& in, bool counts) {
+void AdapterOf<X>::skipRestOfList(In& in) {
   if (listEnd_ > in.offset()) {
     in.nextBytes(listEnd_ - in.offset());
   }
+}
+
+template <class X>
+void AdapterOf<X>::startApplying(In& in, bool counts) {
   if (in.remaining() != 0) {
     throw AttrLogEntityException(
         format("%lld bytes left over at the end of the message", static_cast<long long>(in.remaining())));
@@ -40,8 +45,12 @@ bool AdapterOf<X>::knowsAttribute(AttributeId id) const {
 
 template <class X>
 void AdapterOf<X>::handleAttrDeserialization(AttributeId id, DeserializationOptions, unsigned, Ptr<In> const& given) {
+  struct ListEnd {
+    ~ListEnd() { end = 0; }
+    std::size_t& end;
+  } const listEnd{listEnd_};
   if (given) {
-    dispatchMessage(id, *given, true);
+    dispatchMessage(resolveList(id, *given), *given, true);
     return;
   }
   Ptr<In> const in = nboAttrLogOut() ? nboAttrLogOut()->reverseLog() : nullptr;
@@ -56,7 +65,6 @@ void AdapterOf<X>::handleAttrDeserialization(AttributeId id, DeserializationOpti
     ~Applying() {
       adapter.stateIs(applyingBit, false);
       adapter.pendingChildId_ = nullEntityId;
-      adapter.listEnd_ = 0;
     }
     AdapterOf& adapter;
   } const applying(*this);
@@ -71,19 +79,16 @@ void AdapterOf<X>::handleAttrDeserialization(AttributeId id, DeserializationOpti
 /// Attribute ids 144 and -144 carry a list of ids; the first one that names a child attribute takes their place.
 template <class X>
 AttributeId AdapterOf<X>::resolveList(AttributeId id, In& in) {
-  if (id != attributeListId && id != -attributeListId) {
+  constexpr bool hasChildren =
+      PositionsOfKind<X, AttributeKind::child>::size() != 0 || PositionsOfKind<X, AttributeKind::members>::size() != 0;
+  if (!hasChildren || (id != attributeListId && id != -attributeListId)) {
     return id;
   }
   std::size_t const listBytes = in.nextU16();
   std::size_t const payloadBytes = in.nextU16();
   std::size_t const listEnd = in.offset() + listBytes;
   AttributeId found = id;
-  bool hasChildren = false;
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    hasChildren = hasChildren || D::kind == AttributeKind::child || D::kind == AttributeKind::members;
-  });
-  while (hasChildren && found == id && in.offset() < listEnd) {
+  while (found == id && in.offset() < listEnd) {
     AttributeId const listed = in.nextint();
     forEachEntityAttribute<X>([&](auto const& d) {
       using D = std::remove_cvref_t<decltype(d)>;

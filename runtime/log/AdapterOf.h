@@ -167,6 +167,7 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   /// All fields were read: nothing may be left over, and what is thrown from now on is no fault of the peer.
   /// `counts`: the message counts as applied from here on, and not only at its end.
   void startApplying(In& in, bool counts = true);
+  void skipRestOfList(In& in);
   void dispatchMessage(AttributeId id, In& in, bool given);
   template <class D>
   void deserialize(D const& d, bool removal, In& in, bool given);
@@ -213,7 +214,7 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   Ptr<typename X::Notifiee> registration_;
   EntityId pendingChildId_;  ///< of the creation that is being applied, null once it was given to a child
   AttributeId marked_ = 0;   ///< attribute with entries that carry the mark of a transfer
-  std::size_t listEnd_ = 0;  ///< where a payload that came through an attribute list ends, 0 for any other
+  std::size_t listEnd_ = 0;  ///< where what an attribute list told the length of ends, 0 for any other
 };
 
 }  // namespace Kro::NboAttrLog

@@ -260,7 +260,9 @@ void AdapterOf<X>::serializeEntity(D const& d, typename D::Key const& key, Ptr<t
     if (owed) {
       write(headerOf(-D::id, true), key);
       if (isAnnouncer()) {
-        flow().template keys<D>().removals.emplace_back(key, streamDemuxer()->sent());
+        auto& keys = flow().template keys<D>();
+        keys.forgetRemovals(streamDemuxer()->peerApplied());
+        keys.removals.emplace_back(key, streamDemuxer()->sent());
       }
     }
     if (member) {

@@ -139,6 +139,7 @@ void AdapterOf<X>::handleAttrTransaction(AttributeId id, AttrTransactionType typ
         markForSweep(d);
       } else if (type == transactionEnd && open != nullptr && open->aid() == id) {
         open->handlingTransactionIs(true);
+        flow().template keys<D>().isConfirmed = true;
         sweep(d);
       }
     }

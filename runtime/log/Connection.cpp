@@ -275,10 +275,14 @@ void Connection::takeMessage(WireHeader const& wire, std::span<std::uint8_t cons
       case MsgKind::marker:
         takeMarker(wire, payload);
         break;
-      case MsgKind::applied:
-        demuxer_.peerAppliedIs(in_->nextU64());
+      case MsgKind::applied: {
+        std::uint64_t const n = in_->nextU64();
+        requireEnd();
+        demuxer_.peerAppliedIs(n);
         break;
+      }
       case MsgKind::complete:
+        requireEnd();
         stateIs(State::inSync);
         break;
     }
@@ -301,6 +305,12 @@ void Connection::takeMessage(WireHeader const& wire, std::span<std::uint8_t cons
   }
   if (isWord) {
     demuxer_.messageApplied();
+  }
+}
+
+void Connection::requireEnd() const {
+  if (in_->remaining() != 0) {
+    throw AttrLogEntityException("bytes left over at the end of the message");
   }
 }
 
@@ -356,10 +366,17 @@ void Connection::takeRoot(std::span<std::uint8_t const> payload) {
     skip(WireHeader{0, MsgKind::attribute, {{}, 0, true, 0, childCreationCode, false}}, payload);
     return;
   }
-  Ptr<Entity> const root = type->boundOrNew(*in_, offered_);
+  // The id stands last. Where it names a root already, the peer announces that very root again.
+  EntityId const last{payload.size() >= 8 ? loadBigEndian<std::uint64_t>(payload.data() + payload.size() - 8) : 0};
+  Ptr<Entity> const known = demuxer_.isOwn(last) ? nullptr : share(demuxer_.entityById(last));
+  Ptr<Entity> const root = type->boundOrNew(*in_, known ? std::span(&known, 1) : std::span(offered_));
   EntityId const id = in_->nextEntityId();
   if (in_->remaining() != 0) {
     throw AttrLogEntityException("bytes left over at the end of a root creation");
+  }
+  if (known && root == known) {
+    demuxer_.applyingIs(true);
+    return;
   }
   if (root->kroNboAttrLogSa(Ptr<Out const>(out_))) {
     throw AttrLogEntityException("a root is created twice: " + root->fullName());

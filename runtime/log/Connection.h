@@ -91,6 +91,7 @@ class VORNACL_API Connection final : public PtrInterface {
   void takeMessage(WireHeader const& wire, std::span<std::uint8_t const> payload);
   void takeAttribute(WireHeader const& wire, std::span<std::uint8_t const> payload);
   void takeMarker(WireHeader const& wire, std::span<std::uint8_t const> payload);
+  void requireEnd() const;
   void takeRoot(std::span<std::uint8_t const> payload);
   void skip(WireHeader const& wire, std::span<std::uint8_t const> payload);
   Ptr<Entity::KroNboAttrLogSa> addressee(WireHeader const& wire, std::span<std::uint8_t const> payload);

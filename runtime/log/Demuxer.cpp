@@ -294,6 +294,14 @@ void Demuxer::announced(Entity const& entity) {
   }
 }
 
+void Demuxer::removedByPeer(Entity const& entity) {
+  for (Sa* const holder : referenceHolders_) {
+    if (holder->isAnnouncer() && holder->peerIsBehind()) {
+      holder->targetAnnounced(entity);
+    }
+  }
+}
+
 void Demuxer::tellReferenceHolders(Sa const& retired) {
   if (failed_ || retired.is(Sa::noIdBit)) {
     return;

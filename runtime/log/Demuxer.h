@@ -127,6 +127,9 @@ class VORNACL_API Demuxer final : public EntityResolver {
   void referenceHolderIs(Sa& holder) { referenceHolders_.push_back(&holder); }
   /// An entity was announced: references to it that could not be written are marked.
   void announced(Entity const& entity);
+  /// The peer removed an entity. References to it that crossed this mean nothing to the peer: what stands is sent
+  /// again.
+  void removedByPeer(Entity const& entity);
 
   void unknownEnumsInc(unsigned n) { stats_.unknownEnumerators += n; }
   void dirtyMark(bool isNew);

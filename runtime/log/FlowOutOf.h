@@ -46,8 +46,14 @@ class KeyedFlowOut {
   /// Keys that this end wrote into an entity of the peer's and that the peer has not written since, with the number of
   /// the message: no transfer marks them that the peer may have begun without knowing of it.
   std::map<Key, std::uint64_t> exempt;
+  bool isConfirmed = false;  ///< a transfer of the peer's has swept what this end merely kept
   /// Removals that this end wrote, with the number of the message, until the peer has applied them.
   std::list<std::pair<Key, std::uint64_t>> removals;
+  void forgetRemovals(std::uint64_t known) {
+    while (!removals.empty() && removals.front().second <= known) {
+      removals.pop_front();
+    }
+  }
   /// References: the keys of the last targets that went off the stream. The peer's word about one may cross that.
   std::list<std::pair<EntityId, Key>> goneTargets;
 };

@@ -40,7 +40,7 @@ Word const wordsOfAllKinds[] = {
     {"active", "(7,260,F,1,0) 1:1", "5:active", "(7,260,F,1,0) 0"},
     {"child kept", "(7,261,T,0,151) 'VornAclColl 8:9", "", ""},
     {"child", "(5,261,T,0,151) 'v 8:15", "6:aclColl", "(5,-261,F,0,0)"},
-    {"child replaced", "(7,261,T,0,151) 'v 8:15", "5:aclColl " + acl7, ""},
+    {"child replaced", "(7,261,T,0,151) 'v 8:15", acl7 + " 5:aclColl", ""},
     {"child of equal name made anew", "(7,261,T,0,151) 'VornAclColl 8:15", "5:aclColl " + acl7 + " 5:aclColl", ""},
     {"child removed", "(7,-261,F,0,0)", "5:aclColl " + acl7, ""},
     {"no child removed", "(5,-261,F,0,0)", "", "(5,-261,F,0,0)"},
@@ -146,21 +146,24 @@ TEST_F(Input, TakesUnknownEnumeratorsAndRefusesWhatElseIsUnknown) {
       {"reference to nothing", "(3,259,T,0,0) 8:0", "", ""},
       {"too much applied", "applied 8:1", "",
        begin + "id 0, attribute 0: the peer applied 1 messages, expected 0 to 0"},
+      {"applied, with more behind it", "applied 8:0 1:9", "",
+       begin + "id 0, attribute 0: bytes left over at the end of the message"},
       {"marker of no kind", "B(11,261) ~1=3", "",
        r5 + "/vornAclColl/acl[ipv4PAcl:7:in], attribute ipRuleById, byte 1 of the message: expected a transaction "
             "marker: one byte, 0 to 2"},
-      {"the root once more", "(1,136,T,0,0) 'Vorn::RootConfigColl 'rcc 8:3", "",
+      {"the root once more", "(1,136,T,0,0) 'Vorn::RootConfigColl 'rcc 8:3; (7,260,F,1,0) 1:1", "5:active", ""},
+      {"another root under its id", "(1,136,T,0,0) 'Vorn::RootConfigColl 'other 8:3", "",
        begin + "id 1, attribute 136: entity id 3: expected a new id of the peer, above 13"},
       // Lists of attributes stand for the first child among them.
-      {"list: creation", "(5,144,T,0,0) 2:12 2:13 4:263 4:261 4:262 4:7 'v 8:15", "6:aclColl", ""},
-      {"list: creation with more behind it", "(5,144,T,0,0) 2:4 2:16 4:262 4:7 'v 8:15 #???", "6:mapping", ""},
-      {"list: creation through -144", "(5,-144,T,0,0) 2:4 2:13 4:261 4:7 'v 8:15", "6:aclColl", ""},
+      {"list: creation", "(5,144,T,0,0) 2:12 2:5 4:263 4:261 4:262 4:7 'v 8:15", "6:aclColl", ""},
+      {"list: creation with more behind it", "(5,144,T,0,0) 2:4 2:8 4:262 4:7 'v 1:9 1:9 1:9 8:15", "6:mapping", ""},
+      {"list: creation through -144", "(5,-144,T,0,0) 2:4 2:0 4:261 4:7 'v 8:15", "6:aclColl", ""},
       {"list: removal", "(7,144,T,0,0) 2:8 2:0 4:-261 4:262", "5:aclColl " + acl7, ""},
       {"list: member removed", "(3,-144,T,0,0) 2:4 2:4 4:-258 4:6", "c:config(6)", ""},
       {"list: references are no children", "(3,144,T,0,0) 2:8 2:4 4:259 4:-258 4:6", "c:config(6)", ""},
       {"list: no child", "(7,144,T,0,0) 2:8 2:0 4:263 4:264 4:7", "", "", 0, 1},
       {"list: no child, through -144", "(7,-144,T,0,0) 2:8 2:0 4:263 4:264", "", "", 0, 1},
-      {"list: a type without children", "(11,144,T,0,0) 2:4 2:0 4:261 4:7", "", "", 0, 1}};
+      {"list: a type without children", "(11,144,T,0,0) 1:9", "", "", 0, 1}};
   for (Case const& c : cases) {
     SCOPED_TRACE(c.what);
     start();
@@ -195,7 +198,6 @@ TEST_F(Input, ReadOnlyEndsRefuse) {
            {"(7,-261,F,0,0)", "write-update from readonly proxy: rcc/chipRootConfig[5] peerName: mirror-1"},
            {"B(7,261)", "did not announce"}}) {
     start();
-    run("-f1 move");
     link = std::make_unique<Link>();
     (*link)[S].peerNameIs("mirror-1");
     (*link)[M].rootOffer(mirror);
