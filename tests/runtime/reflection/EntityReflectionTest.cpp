@@ -1,4 +1,4 @@
-// Live entities through reflection: what observers and mirrors are told, collections, deferred delivery.
+// Live entities through reflection: what observers are told, collections, deferred delivery.
 #include "VornRootConfig/VornRootConfigReflection.h"
 #include "runtime/reflection/Activity.h"
 #include "tests/runtime/reflection/Reflected.h"
@@ -60,80 +60,48 @@ class EntityReflectionTest : public EntityTest {
   }
 };
 
-/// Moves what both ends of a mirror have to say until nothing is left.
-void exchange(Ptr<Kro::NboAttrLog::Connection> const& a, Ptr<Kro::NboAttrLog::Connection> const& b) {
-  for (bool moved = true; moved;) {
-    moved = false;
-    for (auto const& [from, to] : {std::pair(a, b), std::pair(b, a)}) {
-      auto const bytes = from->pending();
-      std::vector<std::uint8_t> const copy(bytes.begin(), bytes.end());
-      moved = moved || !copy.empty();
-      to->receive(copy);
-      from->sent(copy.size());
-    }
-  }
-}
-
-TEST_F(EntityReflectionTest, changesAreToldToObserversAndMirrors) {
-  using Connection = Kro::NboAttrLog::Connection;
+TEST_F(EntityReflectionTest, changesAreToldToObservers) {
   auto const config = newConfig();
   auto const acl = config->vornAclColl()->aclIs(aclId(5), Acl::ip, "edge");
-  auto const sender = Connection::create(Connection::Role::opener);
-  auto const receiver = Connection::create(Connection::Role::acceptor);
-  Ptr<Vorn::RootConfig> mirror;
-  receiver->onRootIs([&](auto const& root) { mirror = Kro::ptrCast<Vorn::RootConfig>(root); });
-  sender->rootIs(config);
-  exchange(sender, receiver);
-  ASSERT_TRUE(mirror);
   auto const configSpy = observe<ConfigSpy>(config, "C");
   auto const collSpy = observe<AclCollSpy>(config->vornAclColl(), "L");
   auto const aclSpy = observe<AclSpy>(acl, "A");
-
   auto const object = Kro::reflectionOf(config);
   auto const coll = object->attribute("vornAclColl");
-  auto const member = coll->attribute("acl", held(aclId(5)));
+  auto const write = [&](std::string const& id) {
+    return coll->attributeOp(operation(258, Op::write), nullptr,
+                             list("Vorn::AclId ipv4PAcl:" + id + "; Acl::AclType 'ip'; Kro::Name 'core'"));
+  };
   object->attributeIs("action", value("Vorn::RootAction 'vornLoad'"));
   object->attributeIs("vornRootKick", value("U32 7"));
   object->attributeIs("vornRootKick", value("U32 7"));  // no change
-  member->attributeOp(operation(261, Op::write), held(at(3)), held(rule(9)));
-  auto const created =
-      coll->attributeOp(operation(258, Op::write), nullptr,
-                        GenericIf::List_::of({held(aclId(6)), value("Acl::AclType 'mac'"), value("Kro::Name 'core'")}));
-  EXPECT_EQ(created->attribute("cliName")->strRep(), "'core'");
+  coll->attribute("acl", held(aclId(5)))->attributeOp(operation(261, Op::write), held(at(3)), held(rule(9)));
+  EXPECT_EQ(write("6")->attribute("cliName")->strRep(), "'core'");
+  EXPECT_THROW(write("5"), Kro::NameInUseException);
   EXPECT_EQ(coll->attributeOp(operation(258, Op::del), held(aclId(7)), nullptr)->strRep(), "null");
-  auto const again = GenericIf::List_::of({held(aclId(5)), value("Acl::AclType 'ip'"), value("Kro::Name 'core'")});
-  EXPECT_THROW(coll->attributeOp(operation(258, Op::write), nullptr, again), Kro::NameInUseException);
   EXPECT_EQ(journal.take(), "C:action C:kick A:ip(3.0.0) L:acl(ipv4PAcl:6:in)");
-
-  exchange(sender, receiver);
-  auto const far = Kro::reflectionOf(mirror)->attribute("vornAclColl");
-  EXPECT_EQ(mirror->action(), Vorn::vornLoad);
-  EXPECT_EQ(far->attribute("acl", held(aclId(6)))->attribute("aclType")->strRep(), "'mac'");
-  EXPECT_EQ(mirror->vornAclColl()->acl(aclId(5))->ipRuleById(at(3)), rule(9));
+  EXPECT_EQ(config->action(), Vorn::vornLoad);
+  EXPECT_EQ(acl->ipRuleById(at(3)), rule(9));
 
   coll->attributeOp(operation(258, Op::del), held(aclId(5)), nullptr);
   object->attributeOp(operation(262, Op::del), nullptr, nullptr);
   EXPECT_EQ(journal.take(), "L:acl(ipv4PAcl:5:in) C:mapping");
-  exchange(sender, receiver);
-  EXPECT_FALSE(mirror->vornAclColl()->acl(aclId(5)));
-  EXPECT_FALSE(mirror->aclKeyToAclId());
+  EXPECT_FALSE(config->vornAclColl()->acl(aclId(5)) || config->aclKeyToAclId());
 }
 
 TEST_F(EntityReflectionTest, readsCountAsTheAccessorsDo) {
   auto const acl = newAcl();
   acl->ipRuleByIdIs(at(1), rule(1));
   auto const object = Kro::reflectionOf(acl);
-  auto const coll = Kro::adopt(new Vorn::VornAclColl("acls"));
-  auto const collObject = Kro::reflectionOf(coll);
+  auto const op = [&](int id, std::uint32_t n) { object->attributeOp(operation(261, id), held(at(n)), held(rule(2))); };
   run(*acl, {{"key", [&] { object->attribute("fwkKey"); }, {0, 1}, ""},
              {"parameter", [&] { object->attribute("cliName"); }, {0, 1}, ""},
-             {"present", [&] { object->attribute("ipRuleById", held(at(1))); }, {0, 1}, ""},
-             {"absent", [&] { object->attribute("ipRuleById", held(at(2))); }, {0, 1}, ""},
-             {"size", [&] { object->attributeOp(operation(261, Op::size), nullptr, nullptr); }, {0, 1}, ""},
-             {"write", [&] { object->attributeOp(operation(261, 128), held(at(2)), held(rule(2))); }, {1, 0}, ""},
-             {"delete", [&] { object->attributeOp(operation(261, 129), held(at(2)), nullptr); }, {1, 0}, ""},
-             {"delete, absent", [&] { object->attributeOp(operation(261, 129), held(at(2)), nullptr); }, {0, 0}, ""}});
-  run(*coll, {{"absent member", [&] { collObject->attribute("acl", held(aclId(1))); }, {0, 1}, ""}});
+             {"present", [&] { op(0, 1); }, {0, 1}, ""},
+             {"absent", [&] { op(0, 2); }, {0, 1}, ""},
+             {"size", [&] { op(1, 1); }, {0, 1}, ""},
+             {"write", [&] { op(128, 2); }, {1, 0}, ""},
+             {"delete", [&] { op(129, 2); }, {1, 0}, ""},
+             {"delete, absent", [&] { op(129, 2); }, {0, 0}, ""}});
 }
 
 TEST_F(EntityReflectionTest, collectionsAreWalkedFromTheFirstMemberOrFromAKey) {
@@ -143,7 +111,7 @@ TEST_F(EntityReflectionTest, collectionsAreWalkedFromTheFirstMemberOrFromAKey) {
   for (std::uint32_t n : {4U, 2U, 8U}) {
     acl->ipRuleByIdIs(at(n), rule(static_cast<std::uint8_t>(n)));
   }
-  auto const walk = [&](GenericIf::AttributeIteratorConst from, std::uint32_t removed) {
+  auto const walk = [&](GenericIf::AttributeIteratorConst from, std::uint32_t removed = 0) {
     std::string seen;
     for (; from; ++from) {
       seen += std::string(from.key()->attribute("ruleId")->strRep().view()) + ":" +
@@ -152,9 +120,8 @@ TEST_F(EntityReflectionTest, collectionsAreWalkedFromTheFirstMemberOrFromAKey) {
     }
     return seen;
   };
-  EXPECT_EQ(walk(object->attributeIteratorConst(261), 0), "2:2 4:4 8:8 ");
-  EXPECT_EQ(walk(object->attributeIterator(261), 0), "2:2 4:4 8:8 ");
-  EXPECT_EQ(walk(object->attributeIteratorKeyConst(261, held(at(3))), 0), "4:4 8:8 ");
+  EXPECT_EQ(walk(object->attributeIterator(261)), "2:2 4:4 8:8 ");
+  EXPECT_EQ(walk(object->attributeIteratorKeyConst(261, held(at(3)))), "4:4 8:8 ");
   EXPECT_EQ(walk(object->attributeIteratorConst(261), 4), "2:2 8:8 ");
   EXPECT_EQ(outcomeOf([&] { return object->attributeIteratorKeyConst(261, value("U32 3")).key(); }), "T:kro_index");
   EXPECT_EQ(outcomeOf([&] { return object->attributeIteratorKeyConst(261, nullptr).key(); }), "T:kro_index");
@@ -163,18 +130,15 @@ TEST_F(EntityReflectionTest, collectionsAreWalkedFromTheFirstMemberOrFromAKey) {
   auto copy = object->attributeIterator_iterClone(iterator);
   object->attributeIterator_iterInc(iterator);
   EXPECT_EQ(object->attributeIterator_iterKey(copy)->attribute("ruleId")->strRep(), "2");
-  EXPECT_EQ(object->attributeIterator_iterKey(iterator)->attribute("ruleId")->strRep(), "8");
-  ++iterator;
-  EXPECT_FALSE(object->attributeIterator_nonNull(iterator));
   object->attributeIterator_iterDel(copy);
+  EXPECT_FALSE(object->attributeIterator_nonNull(++iterator));
   EXPECT_THROW(iterator.object(), Kro::InternalException);
   EXPECT_THROW(++iterator, Kro::InternalException);
   EXPECT_THROW(copy.key(), Kro::InternalException);
 
-  auto const failed = Vorn::rootConfigFactory("failed", 8, 3);
   auto configs = Vorn::rootConfigCollFactory("all");
   configs->chipRootConfigIs(5, 1);
-  configs->chipRootConfigLastFailedIs(failed);
+  configs->chipRootConfigLastFailedIs(Vorn::rootConfigFactory("failed", 8, 3));
   auto const moving = Kro::reflectionOf(configs);
   auto members = moving->attributeIteratorConst(258);
   auto references = moving->attributeIteratorConst(259);
@@ -183,7 +147,6 @@ TEST_F(EntityReflectionTest, collectionsAreWalkedFromTheFirstMemberOrFromAKey) {
   moving->notifierIs(nullptr);  // the iterators keep the collection
   EXPECT_EQ(members.key()->strRep() + members.object()->strRep(), "5'all/chipRootConfig[5]'");
   EXPECT_EQ(references.key()->strRep() + references.object()->strRep(), "3'failed'");
-  EXPECT_FALSE(++members);
   EXPECT_EQ(journal.take(), "");
   members = references = {};
   EXPECT_EQ(journal.take().substr(0, 6), "C:zero");
@@ -216,34 +179,30 @@ TEST_F(EntityReflectionTest, notificationIsSwitchedOffAndOn) {
   auto const other = newAcl();
   auto const object = hear(acl);
   std::uint32_t n = 0;
-  auto const told = [&] {  // whether a change of `acl` and one of `other` are heard
+  auto const told = [&] {  // what is heard of a change of `acl` and of one of `other`
     acl->ipRuleByIdIs(at(++n), {});
-    std::string text = journal.take().empty() ? "" : "acl";
-    other->ipRuleByIdIs(at(n), {});
-    return text += journal.take().empty() ? "" : "other";
+    other->macRuleByIdIs(at(n), {});
+    return journal.take().substr(0, 5);
   };
-  EXPECT_EQ(told(), "acl");
-  for (bool const on : {false, true, true}) {
+  for (bool const on : {true, false, true, true}) {
     object->hasNotificationActiveIs(on);
-    EXPECT_EQ(told(), on ? "acl" : "");
+    EXPECT_EQ(told(), on ? "R:261" : "");
   }
   for (bool const zombie : {true, true, false}) {
     object->kroDoZombieReactors(zombie);
     EXPECT_EQ(object->kroMarkedForDeletion(), zombie);
-    EXPECT_EQ(told(), zombie ? "" : "acl");
+    EXPECT_EQ(told(), zombie ? "" : "R:261");
   }
   object->notifierIs(other);
-  EXPECT_EQ(told(), "other");
+  EXPECT_EQ(told(), "R:262");
   EXPECT_EQ(object->obj(), other);
   object->notifierIs(Kro::adopt(new Vorn::VornAclColl("of another type")));
   EXPECT_EQ(told(), "");
   EXPECT_EQ(object->strRep(), "null");
-  auto const value = Vorn::AceIndex::GenericIf_::GenericIf_Is({}, false);
-  EXPECT_TRUE(value->hasNotificationActive());
+  auto const value = held(at(1));
   EXPECT_EQ(value->flagWord(), 0x4000000U);
   value->kroDoZombieReactors(true);
   EXPECT_TRUE(value->kroMarkedForDeletion());
-  EXPECT_EQ(acl->auditErrors(9) + other->auditErrors(9), 0U);
 }
 
 TEST_F(EntityReflectionTest, aReflectionObjectMayGoWhileItIsTold) {
@@ -254,9 +213,8 @@ TEST_F(EntityReflectionTest, aReflectionObjectMayGoWhileItIsTold) {
   EXPECT_FALSE(object);
   EXPECT_EQ(journal.take(), "R:261(1)");
   // Two dispatches hold its observer when the object goes: the inner one still calls it.
-  bool nested = false;
   auto const first = observe<AclSpy>(acl, "A", [&] {
-    if (!std::exchange(nested, true)) {
+    if (acl->ipRuleByIdSize() == 2) {
       acl->ipRuleByIdIs(at(3), {});
     } else {
       object = nullptr;
@@ -266,20 +224,11 @@ TEST_F(EntityReflectionTest, aReflectionObjectMayGoWhileItIsTold) {
   acl->ipRuleByIdIs(at(2), {});
   EXPECT_EQ(journal.take(), "A:ip(2.0.0) A:ip(3.0.0)");
   EXPECT_EQ(acl->auditErrors(9), 0U);
-  // Of two attributes that wait, the first one's handler drops the object; and an observer drops it while it writes.
-  Kro::ActivityScheduler scheduler;
-  object = hear(newAcl());
-  object->activitySchedulerIs(&scheduler);
-  object->obj()->ipRuleByIdIs(at(1), {});
-  object->obj()->macRuleByIdIs(at(1), {});
-  object->act = [&] { object = nullptr; };
-  object->activitySchedulerIs(nullptr);
-  EXPECT_EQ(journal.take(), "R:261(1) R:262(1)");
+  // An observer drops it while it writes.
   auto config = Vorn::rootConfigFactory("root", 5, 1);
   Ptr<GenericIf> writer = Kro::reflectionOf(config);
   auto const spy = observeWeakly<ConfigSpy>(std::exchange(config, nullptr), "C", [&] { writer = nullptr; });
   auto const child = writer->attributeOp(operation(261, Op::write), nullptr, list("Kro::Name 'acls'"));
-  EXPECT_FALSE(writer);
   EXPECT_EQ(child->strRep(), "'acls'") << "its parent is gone";
 }
 
@@ -288,35 +237,29 @@ TEST_F(EntityReflectionTest, deferredChangesAreToldWhenTheSchedulerIsStepped) {
   Kro::ActivityScheduler scheduler;
   auto const object = hear(acl);
   object->activitySchedulerIs(&scheduler);
-  auto const change = [&](std::uint32_t n, bool ip) {
-    static std::uint8_t ttl = 0;
-    ip ? acl->ipRuleByIdIs(at(n), rule(++ttl)) : acl->macRuleByIdIs(at(1000U * n + ++ttl), {});
-  };
+  std::uint8_t ttl = 0;
   struct Row {
-    char const* what;
-    std::vector<std::pair<int, bool>> changes;  ///< number, IP
+    int ip, mac;  ///< changes of each
     bool bulk;
     std::string told;
     unsigned redispatches;
   };
-  for (Row const& row : std::vector<Row>{{"nothing", {}, false, "", 0},
-                                         {"one", {{1, true}}, false, "R:261(7)", 0},
-                                         {"three", {{3, true}}, false, "R:261", 0},
-                                         {"as many as a byte counts", {{256, true}}, false, "R:261", 0},
-                                         {"one of the other", {{2, false}}, false, "R:262", 0},
-                                         {"one and more", {{1, true}, {2, false}}, false, "R:261(7) R:262", 2},
-                                         {"bulk, without changes", {}, true, "R:261 R:262", 2},
-                                         {"bulk, one changed", {{1, true}}, true, "R:261 R:262", 2}}) {
-    SCOPED_TRACE(row.what);
+  for (Row const& row : std::vector<Row>{{0, 0, false, "", 0},
+                                         {1, 0, false, "R:261(7)", 0},
+                                         {3, 0, false, "R:261", 0},
+                                         {256, 0, false, "R:261", 0},  // as many as a byte counts
+                                         {0, 2, false, "R:262", 0},
+                                         {1, 2, false, "R:261(7) R:262", 2},
+                                         {0, 0, true, "R:261 R:262", 2},
+                                         {1, 0, true, "R:261 R:262", 2}}) {
+    SCOPED_TRACE(row.ip + row.mac);
     auto const before = object->actsm()->redispatches();
-    for (auto const& [count, ip] : row.changes) {
-      for (int i = 0; i < count; ++i) {
-        change(7, ip);
-      }
+    for (int i = 0; i < row.ip + row.mac; ++i) {
+      i < row.ip ? acl->ipRuleByIdIs(at(7), rule(++ttl)) : acl->macRuleByIdIs(at(1000U + ++ttl), {});
     }
     if (row.bulk) {
       object->pendingBulkIs();
-      change(8, true);  // adds nothing
+      acl->ipRuleByIdIs(at(7), rule(++ttl));  // adds nothing
     }
     EXPECT_EQ(journal.take(), "") << "told at once";
     scheduler.run();
@@ -330,56 +273,48 @@ TEST_F(EntityReflectionTest, deferredDeliveryStandsOddUses) {
   auto const acl = newAcl();
   Kro::ActivityScheduler scheduler, otherScheduler;
   auto object = hear(acl);
+  auto const change = [&](std::uint32_t n) { acl->ipRuleByIdIs(at(n), {}), acl->macRuleByIdIs(at(n), {}); };
   object->activitySchedulerIs(&scheduler);
-  acl->ipRuleByIdIs(at(1), {});
-  acl->macRuleByIdIs(at(2), {});
   object->act = [&] { throw Kro::RangeException("a failing handler"); };
+  change(1);
   scheduler.run();
-  EXPECT_EQ(journal.take(), "R:261(1) R:!261 R:262(2) R:!262");
+  EXPECT_EQ(journal.take(), "R:261(1) R:!261 R:262(1) R:!262");
 
   object->act = [&] { acl->ipRuleByIdIs(at(9), {}); };  // a change while changes are told comes later
-  acl->ipRuleByIdIs(at(3), {});
+  change(2);
   EXPECT_TRUE(scheduler.step());
-  EXPECT_EQ(journal.take(), "R:261(3)");
+  EXPECT_EQ(journal.take(), "R:261(2) R:262(2)");
   object->act = nullptr;
-  scheduler.run();
-  EXPECT_EQ(journal.take(), "R:261(9)");
-
-  acl->ipRuleByIdIs(at(4), {});
   object->activitySchedulerIs(&otherScheduler);
   EXPECT_TRUE(scheduler.empty());
   otherScheduler.run();
-  EXPECT_EQ(journal.take(), "R:261(4)");
+  EXPECT_EQ(journal.take(), "R:261(9)");
 
-  acl->ipRuleByIdIs(at(5), {});
+  change(5);
   object->activitySchedulerIs(nullptr);
-  EXPECT_EQ(journal.take(), "R:261(5)");
+  EXPECT_EQ(journal.take(), "R:261(5) R:262(5)");
   acl->ipRuleByIdIs(at(6), {});
-  EXPECT_EQ(journal.take(), "R:261(6)");
+  EXPECT_EQ(journal.take(), "R:261(6)") << "at once again";
 
-  object->activitySchedulerIs(&scheduler);
-  acl->ipRuleByIdIs(at(7), {});
-  acl->macRuleByIdIs(at(7), {});
-  object->act = [&] { object->activitySchedulerIs(nullptr); };
-  scheduler.run();
-  EXPECT_EQ(journal.take(), "R:261(7) R:262(7)");
-
-  object->act = nullptr;
-  object->activitySchedulerIs(&scheduler);
-  acl->ipRuleByIdIs(at(8), {});
-  object = nullptr;
-  EXPECT_TRUE(scheduler.empty()) << "an object that is gone is still scheduled";
+  std::uint32_t n = 6;
+  for (auto const& act : std::initializer_list<std::function<void()>>{[&] { object->activitySchedulerIs(nullptr); },
+                                                                      [&] { object = nullptr; }}) {
+    object->activitySchedulerIs(&scheduler);
+    object->act = act;  // in the handler of the first of two attributes that wait
+    change(++n);
+    scheduler.run();
+    EXPECT_EQ(journal.take(), n == 7 ? "R:261(7) R:262(7)" : "R:261(8) R:262(8)");
+  }
 }
 
 TEST_F(EntityReflectionTest, anObjectIsHandedOutAsItsOwnTypeAndAsItsBases) {
   auto const acl = newAcl();
   auto const object = Kro::reflectionOf(acl);
-  EXPECT_EQ(object->voidPtrIs(Vorn::VornAcl::_fwkType()), acl.get());
   EXPECT_EQ(object->voidPtrIs(Kro::entityBaseType()), static_cast<Kro::Entity*>(acl.get()));
   EXPECT_EQ(object->voidPtrIs(Kro::ptrInterfaceType()), static_cast<Kro::PtrInterface*>(acl.get()));
-  EXPECT_EQ(outcomeOf([&] { return object->voidPtrIs(Vorn::AclId::_fwkType()), object; }), "T:VornAcl");
-  auto const id = held(aclId(1));
-  EXPECT_EQ(outcomeOf([&] { return id->voidPtrIs(Vorn::ChipId::_fwkType()), id; }), "T:AclId");
+  for (auto const& [wrong, what] : {std::pair(object, "T:VornAcl"), std::pair(held(aclId(1)), "T:AclId")}) {
+    EXPECT_EQ(outcomeOf([&] { return wrong->voidPtrIs(Vorn::ChipId::_fwkType()), wrong; }), what);
+  }
   EXPECT_THROW(Kro::reflectionOf(nullptr), Kro::RangeException);
 }
 
@@ -393,24 +328,21 @@ TEST_F(EntityReflectionTest, aChildGetsAnAdapterOfItsOwn) {
   auto const& out = sender->out();
   auto const with = [&]<class X>(Kro::Ptr<X> const&, char const* attribute, Kro::Ptr<Kro::Entity> const& child) {
     auto const type = static_cast<typename X::_Type const*>(X::_fwkType().get());
-    return type->childAttrLogIs(attribute, child, out);
+    auto const adapter = type->childAttrLogIs(attribute, child, out);
+    EXPECT_TRUE(!adapter || adapter == child->kroNboAttrLogSa(Kro::Ptr<Kro::NboAttrLog::Out const>(out)));
+    return adapter != nullptr;
   };
   auto const acls = config->vornAclColl();
   auto const acl = acls->aclIs(aclId(1), Acl::ip, "a");
-  EXPECT_EQ(with(acls, "acl", acl), nullptr) << "the parent has none yet";
-  auto const adapterOf = [&](Kro::Entity& child) {
-    return child.kroNboAttrLogSa(Kro::Ptr<Kro::NboAttrLog::Out const>(out));
-  };
-  auto const made = with(root, "chipRootConfig", config);
-  EXPECT_TRUE(made && made == adapterOf(*config));
-  EXPECT_TRUE(with(config, "vornAclColl", acls) && adapterOf(*acls));
-  EXPECT_TRUE(with(config, "aclKeyToAclId", config->aclKeyToAclId()) && adapterOf(*config->aclKeyToAclId()));
-  EXPECT_TRUE(with(acls, "acl", acl) && adapterOf(*acl));
-  EXPECT_EQ(with(root, "chipRootConfig", config), made) << "found again";
-  EXPECT_EQ(with(config, "aclKeyToAclId", acls), nullptr);
-  EXPECT_EQ(with(config, "vornAclColl", config), nullptr);
-  EXPECT_EQ(with(root, "chipRootConfigLastFailed", config), nullptr);
-  EXPECT_EQ(with(acls, "acl", nullptr), nullptr);
+  EXPECT_FALSE(with(acls, "acl", acl)) << "the parent has none yet";
+  EXPECT_TRUE(with(root, "chipRootConfig", config));
+  EXPECT_TRUE(with(root, "chipRootConfig", config)) << "found again";
+  EXPECT_TRUE(with(config, "vornAclColl", acls));
+  EXPECT_TRUE(with(acls, "acl", acl));
+  EXPECT_FALSE(with(config, "aclKeyToAclId", acls));
+  EXPECT_FALSE(with(config, "vornAclColl", config));
+  EXPECT_FALSE(with(root, "chipRootConfigLastFailed", config));
+  EXPECT_FALSE(with(acls, "acl", nullptr));
 }
 
 }  // namespace
