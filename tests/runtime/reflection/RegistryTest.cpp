@@ -145,56 +145,32 @@ TEST(RegistryTest, everyAttributeIsFoundByItsNameAndReadableByItsId) {
     SCOPED_TRACE(type->fullName().view());
     EXPECT_EQ(Kro::KroType::typeNode(type->fullName()), type);
     EXPECT_TRUE(type->isPlaced() && type->hasGenericIfSupport());
-    EXPECT_EQ(type->name().view(), Kro::shortTypeName(type->fullName().view()));
     EXPECT_EQ(type->baseType(), type->isEntity() ? Kro::entityBaseType() : nullptr);
     auto const object = type->genericIf(static_cast<void const*>(nullptr), false);
     EXPECT_EQ(object->type(), type);
-    std::vector<Kro::Name> names = type->constructorArgTypeQ();
     for (auto const& attribute : type->attributeQ()) {
-      for (auto const& argument : attribute->arguments()) {
-        names.push_back(argument.typeName);
-      }
-      EXPECT_EQ(type->attr(attribute->name()), attribute) << attribute->name();
+      SCOPED_TRACE(attribute->name());
+      EXPECT_EQ(type->attr(attribute->name()), attribute);
       EXPECT_EQ(object->attributeId(attribute->name().string()), attribute->id());
       EXPECT_EQ(object->attributeString(attribute->id()), attribute->name().string());
       if (type->isValue() && attribute->toolKind() != "function" && attribute->toolKind() != "enumerator") {
-        auto const read = object->attribute(attribute->name().string());
-        EXPECT_EQ(read->type(), attribute->attrType()) << attribute->name();
+        EXPECT_EQ(object->attribute(attribute->name().string())->type(), attribute->attrType());
       }
     }
-    for (auto const& name : names) {
-      EXPECT_NE(Kro::KroType::typeNode(name), nullptr) << name;
-    }
   }
-}
-
-TEST(RegistryTest, typesArePlacedInTheOrderOfLoading) {
-  std::string names;
-  for (auto const& type : Kro::KroType::typeNodes()) {
-    bool const isOfModel = type->fullName().view().substr(0, 6) == "Vorn::";
-    names += isOfModel ? std::string(type->name().view()) + ' ' : "";
-  }
-  EXPECT_EQ(names,
-            "L4PortRange GenRangeType GenRange ChipId ChipRuleListId TableType AclId TcpFlag AceIndex IpFilter "
-            "IpRuleConfig MacFilter MacRuleConfig VornAcl VornAclColl AclKeyToAclIdMapping RootAction RootConfig "
-            "RootConfigColl ");
-  EXPECT_EQ(Kro::KroType::typeNode("Vorn::TcpFlag"), nullptr);
+  EXPECT_EQ(Kro::KroType::typeNode("Vorn::TcpFlag"), nullptr) << "its scope is the filter's";
+  EXPECT_EQ(typeOf("Vorn::ChipRuleListId")->size(), 1U);
+  EXPECT_EQ(typeOf("Vorn::RootConfigColl")->size(), sizeof(Vorn::RootConfigColl));
 }
 
 TEST(RegistryTest, classesHaveTheirNames) {
   auto const three = Vorn::AceIndex::GenericIf_::GenericIf_Is({1, 2, 3}, true);
-  EXPECT_TRUE(three->isConst());
-  EXPECT_NE(dynamic_cast<Vorn::AceIndex::_Type const*>(three->type().get()), nullptr);
-  EXPECT_NE(dynamic_cast<Vorn::GenRangeType__Type const*>(Vorn::_fwkType_GenRangeType().get()), nullptr);
-  EXPECT_EQ(Vorn::TableType_GenericIf_Is(Vorn::macAcl, false)->strRep(), "'macAcl'");
-  EXPECT_EQ(Vorn::RootAction_GenericIf_Is(Vorn::vornAbort, false)->value(), Vorn::vornAbort);
-  EXPECT_NE(dynamic_cast<Vorn::RootConfig::_Type const*>(Vorn::RootConfig::_fwkType().get()), nullptr);
-  EXPECT_TRUE(Vorn::RootConfig::GenericIf_::GenericIf_Is(nullptr, true)->isConst());
   three->valIs({});
   EXPECT_EQ(three->value(), Vorn::AceIndex());
-  EXPECT_EQ(typeOf("Vorn::ChipRuleListId")->size(), 1U);
-  EXPECT_EQ(typeOf("Vorn::AceIndex")->size(), 12U);
-  EXPECT_EQ(typeOf("Vorn::RootConfigColl")->size(), sizeof(Vorn::RootConfigColl));
+  EXPECT_EQ(Vorn::TableType_GenericIf_Is(Vorn::macAcl, false)->strRep(), "'macAcl'");
+  EXPECT_NE(dynamic_cast<Vorn::AceIndex::_Type const*>(three->type().get()), nullptr);
+  EXPECT_NE(dynamic_cast<Vorn::GenRangeType__Type const*>(Vorn::_fwkType_GenRangeType().get()), nullptr);
+  EXPECT_NE(dynamic_cast<Vorn::RootConfig::_Type const*>(Vorn::RootConfig::_fwkType().get()), nullptr);
 }
 
 TEST(RegistryTest, theLibrarysFileNamesItsTypes) {
@@ -203,18 +179,10 @@ TEST(RegistryTest, theLibrarysFileNamesItsTypes) {
   if (outputOf("readelf --version 2>&1").find("GNU") == std::string::npos) {
     GTEST_SKIP() << "no readelf";
   }
-  std::string const file = std::string(" '") + library.dli_fname + "'";
-  std::istringstream dump(outputOf("readelf -p .kro.type" + file));
-  std::string names;
-  for (std::string line; std::getline(dump, line);) {
-    std::size_t const at = line.find("]  ");  // behind the offset of each string
-    names += at != std::string::npos ? line.substr(at + 3) + '\n' : "";
+  std::string const dump = outputOf(std::string("readelf -p .kro.type '") + library.dli_fname + "'");
+  for (auto const& type : Kro::IntrospectionReactor::global()->types()) {
+    EXPECT_NE(dump.find("]  " + std::string(type->fullName().view()) + '\n'), std::string::npos) << type->fullName();
   }
-  EXPECT_EQ(names,
-            "Vorn::GenRange\nVorn::GenRangeType\nVorn::L4PortRange\nVorn::AclId\nVorn::TableType\n"
-            "Vorn::ChipRuleListId\nVorn::ChipId\nVorn::AclKeyToAclIdMapping\nVorn::VornAclColl\nVorn::VornAcl\n"
-            "Vorn::MacRuleConfig\nVorn::MacFilter\nVorn::IpRuleConfig\nVorn::IpFilter\nVorn::AceIndex\n"
-            "Vorn::IpFilter::TcpFlag\nVorn::RootConfigColl\nVorn::RootConfig\nVorn::RootAction\n");
 }
 
 }  // namespace
