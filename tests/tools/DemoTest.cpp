@@ -15,6 +15,8 @@
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 
+#include "runtime/log/Connection.h"
+#include "tests/runtime/log/Trees.h"
 #include "tools/demo/Changes.h"
 #include "tools/demo/Dump.h"
 #include "tools/demo/Files.h"
@@ -46,8 +48,8 @@ Result run(std::string const& arguments) {
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Demo::readFile(out), Demo::readFile(err)};
 }
 
-/// The last line of a run that ends equal; as many changes as can be were followed, but for those that merged.
-std::string equalLine(std::string const& counts, std::string const& changes = "[5-9][0-9][0-9][0-9]") {
+/// The last line of a run that ends equal; how many changes merged on their way is a matter of time.
+std::string equalLine(std::string const& counts, std::string const& changes = "[1-9][0-9]*") {
   return "equal: " + counts + " mirrored to 2 processes, " + changes + " live changes followed\n";
 }
 
@@ -212,6 +214,32 @@ std::string dumpOf(Tree const& tree) {
   Demo::UnnamedFile const file;
   Demo::writeDump(tree, Demo::streamTo(file.number()).get());
   return file.text();
+}
+
+/// What a second reader makes of the program's stream, without any code in common, is the tree.
+TEST(Demo, streamIsTheTreeForASecondReader) {
+  using Kro::NboAttrLog::Connection;
+  Tree const tree = Demo::loadTree({sample, sample, sample, sample, sample});
+  auto const connection = Connection::create(Connection::Role::opener);
+  Second::Tree copy;
+  Second::Reader reader{copy, 1, {}, {}, {}};
+  auto const read = [&] {
+    for (auto bytes = connection->pending(); !bytes.empty(); bytes = connection->pending()) {
+      reader.feed({reinterpret_cast<char const*>(bytes.data()), bytes.size()});
+      connection->sent(bytes.size());
+    }
+    EXPECT_EQ(reader.error, "");
+    EXPECT_EQ(copy.dump(), VornTest::Dump::of(*tree));
+  };
+  connection->rootIs(tree);
+  read();
+  std::size_t made = 0;
+  for (Demo::Changes changes(tree, 10000, 1); changes.next();) {
+    if (++made % 2500 == 0) {  // so many that most of them waited
+      read();
+    }
+  }
+  EXPECT_EQ(made, 10000U);
 }
 
 /// Makes one chip for each number, whose only ACL has that many rules.
