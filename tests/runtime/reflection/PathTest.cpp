@@ -22,15 +22,12 @@ Ptr<Vorn::RootConfigColl> tree(char const* name) {
 }
 
 TEST(PathTest, leadsToTheEntityWhosePathItIs) {
-  for (char const* name : {"all", "", oddName}) {
+  for (char const* name : {"", oddName}) {
     auto const root = tree(name);
     auto const config = root->chipRootConfig(5);
     auto const acl = config->vornAclColl()->acl({Vorn::ipv4PAcl, 5, Acl::in});
-    for (auto const& entity :
-         {Ptr<Kro::Entity>(root), Ptr<Kro::Entity>(config), Ptr<Kro::Entity>(config->vornAclColl()),
-          Ptr<Kro::Entity>(config->aclKeyToAclId()), Ptr<Kro::Entity>(acl)}) {
-      auto const found = Kro::entityAtPath(root, entity->fullName());
-      EXPECT_EQ(found->voidPtrIs(entity->fwkType()), entity.get()) << entity->fullName();
+    for (Ptr<Kro::Entity> const& entity : std::initializer_list<Ptr<Kro::Entity>>{root, config, acl}) {
+      EXPECT_EQ(Kro::entityAtPath(root, entity->fullName())->voidPtrIs(entity->fwkType()), entity.get());
     }
     auto const below = Kro::entityAtPath(config, acl->fullName());  // from an entity that has a parent
     EXPECT_EQ(below->voidPtrIs(acl->fwkType()), acl.get());
@@ -45,8 +42,6 @@ TEST(PathTest, saysWhichPartLeadsNowhere) {
   for (auto const& [path, result] : std::initializer_list<std::pair<char const*, char const*>>{
            {"all/", "'all'"},
            {"all/chipRootConfigLastFailed[1]/vornAclColl", "'all/chipRootConfig[5]/vornAclColl'"},
-           {"", "path : expected it to begin with all"},
-           {"al", "path al: expected it to begin with all"},
            {"allx", "path allx: expected it to begin with all"},
            {"all/chipRootConfig[6]",
             "path all/chipRootConfig[6]: part chipRootConfig[6]: no member has this key, expected the printed text of "
@@ -57,11 +52,7 @@ TEST(PathTest, saysWhichPartLeadsNowhere) {
            {"all/chipRootConfig[5]/action", "path all/chipRootConfig[5]/action: part action: expected an entity"}}) {
     EXPECT_EQ(outcome(at, path), result);
   }
-  for (char const* path :
-       {"all/chipRootConfig", "all//x", "all/bogus", "all/equal", "all/chipRootConfig[5]/action[1]"}) {
-    EXPECT_EQ(outcome(at, path).substr(0, 9), "path all/") << path;
-  }
-  EXPECT_NE(outcome(at, "all/bogus").find("expected one of kroNbo"), std::string::npos);
+  EXPECT_EQ(outcome(at, "all//x").substr(0, 47), "path all//x: part : no such attribute:  of Vorn");
 }
 
 TEST(PathTest, referencesAreReadFromTheRootOfTheScope) {
@@ -72,7 +63,6 @@ TEST(PathTest, referencesAreReadFromTheRootOfTheScope) {
     auto const found = Kro::strepToValue<Ptr<Vorn::RootConfig>>(t);
     return found ? std::string(found->name().view()) : "null";
   };
-  EXPECT_EQ(outcome(read, "null"), "null");
   EXPECT_EQ(outcome(read, "'x'"),
             "reference to entity x at column 0: expected null, for no root is given to read it from");
   {
@@ -80,12 +70,10 @@ TEST(PathTest, referencesAreReadFromTheRootOfTheScope) {
     Kro::EntityTextScope const scope(root);
     EXPECT_EQ(Kro::strepToValue<Ptr<Vorn::RootConfig>>(text), config);
     EXPECT_EQ(typeOf("Vorn::RootConfig")->genericIf(text, true)->strRep(), text);
-    for (String8 const& wrong : {text + "x", String8("nullx"), String8("'bogus'")}) {
-      EXPECT_THROW(read(wrong), Kro::RangeException) << wrong;
-    }
+    EXPECT_EQ(outcome(read, "null"), "null");
+    EXPECT_THROW(read(text + "x"), Kro::RangeException);
     EXPECT_THROW(Kro::strepToValue<Ptr<Vorn::VornAclColl>>(text), Kro::ConversionException);
     EXPECT_THROW(typeOf("Vorn::VornAcl")->genericIf(text, false), Kro::ConversionException);
-    EXPECT_EQ(typeOf("Vorn::VornAcl")->genericIf("null", false)->strRep(), "null");
   }
   EXPECT_THROW(read(text), Kro::RangeException);
 }
@@ -113,10 +101,7 @@ TEST(PathTest, theExamplePrintsATreeAndChangesIt) {
                 "  aclKeyToAclId = 'all/chipRootConfig[5]/aclKeyToAclId'\n"
                 "    keyToId[Value('Zil::AclKey', ** {'aclType': 'ip', 'aclName': 'edge'})] = ipv4PAcl:5:in\n"
                 "  action = 'vornLoad'\n  vornRootKickTime = 0\n  vornRootKick = 0\n  initialized = true\n");
-  EXPECT_EQ(inspect(" Vorn::RootConfig 5/vornAclColl").substr(0, 49),
-            "'5/vornAclColl' is a Vorn::VornAclColl\n  acl[ipv4");
   EXPECT_NE(inspect(" Vorn::RootConfig 5 vornRootKick 77").find("\n  vornRootKick = 77\n"), std::string::npos);
-  EXPECT_EQ(inspect(" Vorn::RootConfig 5/bogus").substr(0, 26), "path 5/bogus: part bogus: ");
   EXPECT_EQ(inspect(" Vorn::RootConfig 5 kick 1").substr(0, 48), "no such attribute: kick of Vorn::RootConfig: exp");
 }
 #endif
