@@ -8,15 +8,13 @@
 
 namespace {
 
-using Kro::String8;
 using Vorn::AceIndex;
 using Vorn::IpFilter;
 using Vorn::IpRuleConfig;
 using Vorn::MacFilter;
 using Vorn::MacRuleConfig;
 using TcpFlag = IpFilter::TcpFlag;
-using VornTest::Bytes;
-using VornTest::expectOutcome;
+using namespace VornTest;
 
 // A rule of one kind is no rule of the other; a number is no flag set until it was checked.
 static_assert(!std::equality_comparable_with<IpRuleConfig, MacRuleConfig>);
@@ -62,20 +60,18 @@ TEST(RuleValues, GiveBackWhatWasRead) {
                        f.tcpFlag().value(), f.established(), f.icmpType(), f.icmpCode(), f.l4Rule()),
             std::tuple(false, 46, true, 58, false, 200, true, 18U, false, 128, 258, true));
   MacFilter const m = macRule.filter();
-  std::ostringstream addresses;
-  addresses << m.sourceAddr() << ' ' << m.sourceMask() << ' ' << m.destinationAddr() << ' ' << m.destinationMask();
-  EXPECT_EQ(addresses.str(), "00:00:5e:00:53:01 ff:ff:ff:ff:ff:fe 00:00:5e:00:53:02 ff:ff:ff:00:00:00");
-  EXPECT_EQ(m.proto(), 2054U);
+  std::ostringstream parts;
+  parts << m.sourceAddr() << m.sourceMask() << m.destinationAddr() << m.destinationMask() << m.proto();
+  EXPECT_EQ(parts.str(), "00:00:5e:00:53:01ff:ff:ff:ff:ff:fe00:00:5e:00:53:02ff:ff:ff:00:00:002054");
   EXPECT_EQ(std::tuple(ipRule.action(), ipRule.log(), ipRule.count()), std::tuple(Acl::permit, false, true));
   AceIndex const i(1, 2, 3);
   EXPECT_EQ(std::tuple(i.ruleId(), i.subRuleId(), i.subIndex()), std::tuple(1U, 2U, 3U));
-  VornTest::checkAscending<AceIndex>({{1, 0, 5}, {1, 1, 0}, {1, 1, 4294967295}, {2, 0, 0}, {4294967295, 0, 0}});
+  checkAscending<AceIndex>({{1, 0, 5}, {1, 1, 0}, {1, 1, 4294967295}, {2, 0, 0}, {4294967295, 0, 0}});
 }
 
 TEST(RuleValues, StandInTheLogFieldByField) {
-  EXPECT_EQ(VornTest::logBytes(AceIndex(1, 0x02030405, 0xffffffff)),
-            (Bytes{0, 0, 0, 1, 2, 3, 4, 5, 0xff, 0xff, 0xff, 0xff}));
-  EXPECT_EQ(VornTest::logBytes(ipRule),
+  EXPECT_EQ(logBytes(AceIndex(1, 0x02030405, 0xffffffff)), (Bytes{0, 0, 0, 1, 2, 3, 4, 5, 0xff, 0xff, 0xff, 0xff}));
+  EXPECT_EQ(logBytes(ipRule),
             (Bytes{1,   8,  10,   0,    0,    0,                                               // source
                    2,   32, 0x20, 0x01, 0x0d, 0xb8, 0,    0,    0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // destination
                    0,   46, 1,    58,   0,                                                     // fragments, dscp, proto
@@ -83,16 +79,16 @@ TEST(RuleValues, StandInTheLogFieldByField) {
                    200, 1,  0,    0,    0,    18,                                              // ttl, tcpFlag
                    0,   0,  128,  1,    2,    1,     // established, ICMP, l4Rule
                    0,   0,  0,    1,    0,    1}));  // action, log, count
-  EXPECT_EQ(VornTest::logBytes(macRule),
+  EXPECT_EQ(logBytes(macRule),
             (Bytes{0, 0,    0x5e, 0,    0x53, 1, 0xff, 0xff, 0xff, 0xff, 0xff, 0xfe, 0, 0, 0x5e, 0, 0x53,
                    2, 0xff, 0xff, 0xff, 0,    0, 0,    0,    0,    8,    6,    0,    0, 0, 0,    1, 0}));
 }
 
 TEST(RuleValues, AreCheckedWhereTold) {
-  auto const error = [](auto action) { return VornTest::messageOf<Kro::RangeException>(action); };
-  Bytes log = VornTest::logBytes(ipRule.filter());
+  auto const error = [](auto action) { return messageOf<Kro::RangeException>(action); };
+  Bytes log = logBytes(ipRule.filter());
   log[25] = 64;
-  IpFilter filter = VornTest::fromLogBytes<IpFilter>(log);
+  IpFilter filter = fromLogBytes<IpFilter>(log);
   EXPECT_EQ(filter.dscp(), 64) << "the log does not check it";
   EXPECT_NO_THROW(filter.dscpIs(64)) << "it is the present value";
   EXPECT_EQ(error([&] { filter.dscpIs(65); }), dscpError);
@@ -101,15 +97,13 @@ TEST(RuleValues, AreCheckedWhereTold) {
   EXPECT_EQ(error([&] { filter.dscpIs(64); }), dscpError);
 
   log[41] = 64;
-  EXPECT_EQ(error([&] { VornTest::fromLogBytes<IpFilter>(log); }), flagError);
-  filter.tcpFlagIs(VornTest::fromLogBytes<TcpFlag>({0, 0, 0, 64}));
-  EXPECT_EQ(filter.tcpFlag().value(), 64U) << "alone it is not checked";
+  EXPECT_EQ(error([&] { fromLogBytes<IpFilter>(log); }), flagError);
+  EXPECT_EQ(fromLogBytes<TcpFlag>({0, 0, 0, 64}).value(), 64U) << "alone it is not checked";
   EXPECT_EQ(TcpFlag(63).value(), 63U);
   EXPECT_EQ(error([] { TcpFlag(64); }), flagError);
-  EXPECT_EQ(error([] { TcpFlag(0xffffffff); }), flagError);
-  log = VornTest::logBytes(ipRule);
+  log = logBytes(ipRule);
   log[log.size() - 3] = 2;
-  EXPECT_EQ(error([&] { VornTest::fromLogBytes<IpRuleConfig>(log); }), "Action");
+  EXPECT_EQ(error([&] { fromLogBytes<IpRuleConfig>(log); }), "Action");
 }
 
 /// The flag whose descriptor this is has this bit, and touches no other.
@@ -118,8 +112,7 @@ void checkFlag(auto const& flag, std::uint32_t bit, Flags flagsOf) {
   T value;
   for (bool const on : {true, true, false, false}) {
     (value.*flag.set)(on);
-    EXPECT_EQ(flagsOf(value), on ? bit : 0U) << flag.name;
-    EXPECT_EQ((value.*flag.get)(), on) << flag.name;
+    EXPECT_TRUE(flagsOf(value) == (on ? bit : 0U) && (value.*flag.get)() == on) << flag.name;
   }
 }
 
@@ -131,10 +124,7 @@ TEST(TcpFlag, HasOneBitForEachFlag) {
     EXPECT_TRUE(((Kro::At<TcpFlag, 7 + I>::info.value.value() == 1U << I) && ...)) << "a constant";
   }
   (std::make_index_sequence<6>());
-  TcpFlag flags = TcpFlag::kroUniversal;
-  flags.ackIs(false);
-  EXPECT_EQ(flags.value(), 63U - 16U);
-  EXPECT_EQ(TcpFlag::kroEmpty.value(), 0U);
+  EXPECT_EQ(TcpFlag::kroUniversal.value() + TcpFlag::kroEmpty.value(), 63U);
 }
 
 TEST(RuleValues, AreReadFromText) {
@@ -149,7 +139,6 @@ TEST(RuleValues, AreReadFromText) {
   expectOutcome(flags, "1", {"'value': 0, 'fin': true", "'value': 64, 'value': 1", "'value': 4294967297"});
   expectOutcome(flags, "31", {"'value': 63, 'urg': false, 'fin': true"});
   expectOutcome(flags, flagError, {"'value': 64", "'value': 64, 'fin': true", "'value': -1"});
-  expectOutcome(flags, "fin: expected true or false at column 44", {"'fin': 1"});
   expectOutcome(flags, "TcpFlag has no such attribute: fin_", {"'fin_': true"});
 
   auto const filter = [](auto text) {
@@ -159,21 +148,16 @@ TEST(RuleValues, AreReadFromText) {
   expectOutcome(filter, "63 0 0", {"'dscp': 63, 'ttl': 256", "'dscp': 319", "'dscp': 64, 'dscp': 63"});
   expectOutcome(filter, "0 0 2", {TCPFLAG "'syn': true})"});
   expectOutcome(filter, dscpError, {"'dscp': 64", "'dscp': -1", "'dscp': 0, 'dscp': 255"});
-  expectOutcome(filter, "dscp: expected an integer of at most 64 bits at column 36", {"'dscp': 9223372036854775808"});
-  expectOutcome(filter, "proto: expected an IP protocol from 0 to 255 at column 37", {"'proto': 256"});
   expectOutcome(filter, "source: not an IP prefix: \"10.0.0.1/8\"", {"'source': '10.0.0.1/8'"});
   expectOutcome(filter, "IpFilter has no such attribute: fin", {"'fin': true"});
   expectOutcome(filter, std::string("tcpFlag: ") + flagError, {TCPFLAG "'value': 64}), " TCPFLAG "})"});
 
   auto const mac = [](auto text) { return std::to_string(record<MacFilter>(text.view()).proto()); };
   expectOutcome(mac, "4294967295", {"", "'proto': -1"});
-  expectOutcome(mac, "sourceMask: not an Ethernet address: \"ff\"", {"'sourceMask': 'ff'"});
 
   auto const rule = [](auto text) { return std::to_string(record<IpRuleConfig>(text.view()).filter().dscp()); };
   expectOutcome(rule, "0", {"", FILTER "'dscp': 5}), " FILTER "})"});
-  expectOutcome(rule, std::string("filter: ") + dscpError, {FILTER "'dscp': 64})"});
   expectOutcome(rule, std::string("filter: tcpFlag: ") + flagError, {FILTER TCPFLAG "'value': 64})})"});
-  expectOutcome(rule, "action: Action", {"'action': 'drop'"});
 }
 
 TEST(RuleValues, PrintWhatPeopleRead) {
@@ -188,25 +172,22 @@ TEST(RuleValues, PrintWhatPeopleRead) {
   expectOutcome(print, head + "1, icmpType=ANY, icmpCode=ANY)", {"'proto': 1, " TCPFLAG "'value': 63})"});
   expectOutcome(print, head + "1, icmpType=65534, icmpCode=255)", {"'proto': 1" ICMP("65534", "255")});
   expectOutcome(print, head + "58, icmpType=8, icmpCode=0)", {"'proto': 58" ICMP("8", "0")});
-  expectOutcome(print, head + "17)", {"'proto': 17" ICMP("8", "0")});
-  expectOutcome(print, head + "0, TTL=0, DSCP=0, IPFrag)",
-                {"'includeTtl': true, 'matchDscp': true, 'fragments': true"});
+  expectOutcome(print, head + "17, TTL=0, DSCP=0, IPFrag)",
+                {"'proto': 17, 'includeTtl': true, 'matchDscp': true, 'fragments': true" ICMP("8", "0")});
 
   std::ostringstream out;
   out << std::hex << ipRule << '\n' << MacFilter() << '\n' << macRule << '\n' << AceIndex(10, 0, 4294967295) << '\n';
   IpRuleConfig unknown;
   unknown.actionIs(static_cast<Acl::Action>(7));
   unknown.logIs(true);
-  out << unknown << '\n' << TcpFlag(1);
+  out << unknown;
   EXPECT_EQ(out.str(),
             "(filter=(sip=10.0.0.0/8, dip=2001:db8::/32, sport=[1, 2], dport=[4660, 65534], proto=58, icmpType=128, "
             "icmpCode=258, TTL=200, DSCP=46), action=permit, log=false)\n(src=00:00:00:00:00:00, "
             "srcMask=00:00:00:00:00:00, dst=00:00:00:00:00:00, dstMask=00:00:00:00:00:00, proto=ANY)\n"
             "(filter=(src=00:00:5e:00:53:01, srcMask=ff:ff:ff:ff:ff:fe, dst=00:00:5e:00:53:02, "
             "dstMask=ff:ff:ff:00:00:00, proto=2054), action=deny, log=true)\n10.0.4294967295\n(filter=" +
-                head +
-                "0), action=Action(7), log=true)\nValue('Vorn::IpFilter::TcpFlag', ** {'fin': true, 'syn': false, "
-                "'rst': false, 'psh': false, 'ack': false, 'urg': false, 'value': 1})");
+                head + "0), action=Action(7), log=true)");
   EXPECT_EQ(IpFilter().convertProtoEnumToValue(Dorix::ipProtoSctp), 132);
 }
 

@@ -12,8 +12,7 @@ namespace {
 using namespace std::literals;
 using Kro::Exception;
 using Kro::Name;
-using Kro::String8;
-using VornTest::messageOf;
+using namespace VornTest;
 
 char const* const null = nullptr;
 String8 const withNul("a\0b"sv);
@@ -25,7 +24,6 @@ TEST(String8, IsMadeFromText) {
   assigned = "new";
   String8 const abc("abc");
   std::vector<std::pair<String8, std::string_view>> const made{
-      {String8(), ""},
       {String8(null), ""},
       {"a\0b", "a"},
       {withNul, "a\0b"sv},
@@ -34,9 +32,7 @@ TEST(String8, IsMadeFromText) {
       {"d" + abc + "d", "dabcd"},
       {null + abc, "abc"},
       {withNul + withNul, "a\0ba\0b"sv},
-      {abc.substr(1, 1), "b"},
       {abc.substr(1, 4294967295), "bc"},
-      {abc.substr(3, 1), ""},
       {abc.substr(-1, 2), ""},
       {abc.substr(4294967296, 1), ""},
       {Kro::format("%s", std::string(5000, 'x').c_str()).substr(4998, 9), "xx"},
@@ -49,28 +45,22 @@ TEST(String8, IsMadeFromText) {
 }
 
 TEST(String8, ComparesByUnsignedBytesTheShorterFirst) {
-  EXPECT_TRUE(String8() == null);
-  EXPECT_FALSE(String8("a") == null);
-  EXPECT_TRUE("a" != String8("A"));
-  EXPECT_FALSE(withNul == "a\0b") << "holds a NUL, so it equals no C text";
+  EXPECT_TRUE(String8() == null && "a" != String8("A"));
+  EXPECT_FALSE(String8("a") == null || withNul == "a\0b") << "what holds a NUL equals no C text";
   std::vector<String8> const ascending{"", "A", "a", withNul, "ab", "b", "\x7f", "\x80", "\xff"};
-  VornTest::checkAscending(ascending);
-  VornTest::checkAscending(std::vector<Name>(ascending.begin(), ascending.end()));
+  checkAscending(ascending);
+  checkAscending(std::vector<Name>(ascending.begin(), ascending.end()));
 }
 
 TEST(String8, SharesItsBlockAndNeverChangesIt) {
   String8 const original("shared");
   {
     String8 copy = original;
-    Name const name(copy);
-    EXPECT_EQ(original.charPtr(), name.string().charPtr());
-    String8 const& alias = copy;
-    copy = alias;
-    EXPECT_EQ(original.data().countWord(), 3U);
+    EXPECT_EQ(original.charPtr(), Name(copy).string().charPtr());
+    EXPECT_EQ(original.data().countWord(), 2U);
     copy += "!";
     copy += copy;
     EXPECT_EQ(copy.view(), "shared!shared!");
-    EXPECT_EQ(original.data().countWord(), 2U);
   }
   EXPECT_EQ(original.view(), "shared");
   EXPECT_EQ(original.data().countWord(), 1U);
@@ -155,17 +145,14 @@ TEST(BitSet, HoldsTwentyNineFlags) {
   Kro::BitSet<29, unsigned> flags;
   for (int pos = 0; pos < 29; ++pos) {
     flags.set(pos);
-    EXPECT_EQ(flags.word(), (2U << pos) - 1) << "the others are untouched";
-    EXPECT_TRUE(flags.test(pos));
+    EXPECT_TRUE(flags.test(pos) && flags.word() == (2U << pos) - 1) << pos;
   }
   flags.reset(28);
   flags.reset(3);
   EXPECT_EQ(flags.word(), 0x0ffffff7U);
 #ifndef KRO_ABORT_ON_INTERNAL
-  for (int const pos : {-1, 29, 30, 31, 32}) {
-    EXPECT_EQ(messageOf<Kro::InternalException>([&] { flags.set(pos); }), "pos>=0 && pos<bits") << pos;
-    EXPECT_EQ(messageOf<Kro::InternalException>([&] { flags.reset(pos); }), "pos>=0 && pos<bits") << pos;
-  }
+  EXPECT_EQ(messageOf<Kro::InternalException>([&] { flags.set(29); }), "pos>=0 && pos<bits");
+  EXPECT_EQ(messageOf<Kro::InternalException>([&] { flags.reset(-1); }), "pos>=0 && pos<bits");
 #endif
 }
 
