@@ -7,16 +7,10 @@
 
 namespace {
 
+using namespace Vorn;
 using namespace VornTest;
 using Kro::adopt;
 using Kro::Ptr;
-using Vorn::AceIndex;
-using Vorn::AclId;
-using Vorn::AclKeyToAclIdMapping;
-using Vorn::RootConfig;
-using Vorn::RootConfigColl;
-using Vorn::VornAcl;
-using Vorn::VornAclColl;
 
 AclId aclId(std::uint32_t n) { return {Vorn::ipv4PAcl, static_cast<std::uint8_t>(n), Acl::in}; }
 Ptr<VornAcl> newAcl() { return adopt(new VornAcl(aclId(5), Acl::ip, "acl")); }
