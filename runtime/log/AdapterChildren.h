@@ -231,7 +231,11 @@ void AdapterOf<X>::deserializeChild(D const& d, bool removal, In& in, bool given
       self.flow().template bitIs<D>(false);
       self.flow().template removalOwedIs<D>(false);
     }
-    void create() const { (self.entity().*(d.set))(name); }
+    void create() const {
+      // What the end of a replaced child sets off must not meet this message half applied.
+      Ptr<C> const replaced = self.entity().*(d.field);
+      (self.entity().*(d.set))(name);
+    }
     void remove() const { (self.entity().*(d.del))(); }
   };
   applyCreation(d, id, in, Case{*this, d, name});

@@ -240,7 +240,12 @@ void AdapterOf<X>::deserializeReference(D const& d, bool removal, In& in, bool g
     return;
   }
   typename D::Key const key = D::Record::KroHashLink::keyOfReferenced(*target);
-  takeWord(d, key, given, [&] { (entity().*(d.set))(target); });
+  takeWord(d, key, given, [&] {
+    // What the end of a replaced target sets off must not meet this message half applied.
+    auto const* const entry = (entity().*(d.field)).find(key);
+    Ptr<typename D::Element const> const replaced = entry != nullptr ? entry->referenced() : nullptr;
+    (entity().*(d.set))(target);
+  });
 }
 
 /// The peer refers to an entity that has gone from here. What this end holds under that key stands no more, or, where

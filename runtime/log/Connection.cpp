@@ -155,6 +155,11 @@ void Connection::receive(std::span<std::uint8_t const> bytes) {
   {
     Within const receiving(receiving_);
     try {
+      if (!later_.empty()) {
+        // Left over where user code threw: it came before these bytes.
+        later_.insert(later_.end(), bytes.begin(), bytes.end());
+        bytes = {};
+      }
       consumeAll(bytes);
       while (!later_.empty()) {
         std::vector<std::uint8_t> const more = std::exchange(later_, {});

@@ -40,7 +40,7 @@ Word const wordsOfAllKinds[] = {
     {"active", "(7,260,F,1,0) 1:1", "5:active", "(7,260,F,1,0) 0"},
     {"child kept", "(7,261,T,0,151) 'VornAclColl 8:9", "", ""},
     {"child", "(5,261,T,0,151) 'v 8:15", "6:aclColl", "(5,-261,F,0,0)"},
-    {"child replaced", "(7,261,T,0,151) 'v 8:15", acl7 + " 5:aclColl", ""},
+    {"child replaced", "(7,261,T,0,151) 'v 8:15", "5:aclColl " + acl7, ""},
     {"child of equal name made anew", "(7,261,T,0,151) 'VornAclColl 8:15", "5:aclColl " + acl7 + " 5:aclColl", ""},
     {"child removed", "(7,-261,F,0,0)", "5:aclColl " + acl7, ""},
     {"no child removed", "(5,-261,F,0,0)", "", "(5,-261,F,0,0)"},

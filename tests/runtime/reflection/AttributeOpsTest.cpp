@@ -176,14 +176,14 @@ TEST(AttributeOpsTest, constnessIsInherited) {
 }
 
 TEST(AttributeOpsTest, listConstructorsTakeTheirParametersInOrder) {
-  for (auto const& [type, arguments, outcome] : std::initializer_list<std::array<char const*, 3>>{
+  for (auto const& row : std::initializer_list<std::array<char const*, 3>>{
            {"Vorn::AclId", "Vorn::TableType 'macAcl'; Vorn::ChipRuleListId 7; Acl::AclDirection 'out'", "macAcl:7:out"},
            {"Vorn::L4PortRange", "Dorix::Port 2; Dorix::Port 1",
             "E:L4PortRange::rangeStart > L4PortRange::rangeEnd not allowed"},
            {"Vorn::IpFilter::TcpFlag", "U32 64", "E:TcpFlag::value > 0x3f not allowed"},
            {"Vorn::RootConfig", "Kro::Name 'r'; U32 5; Vorn::ChipId 1", "'r'"},
            {"Vorn::VornAcl", "Vorn::AclId ipv4PAcl:5; Acl::AclType 'ip'; Kro::Name 'x'", "'VornAcl'"}}) {
-    EXPECT_EQ(outcomeOf([&] { return typeOf(type)->genericIf(list(arguments).get(), true); }), outcome);
+    EXPECT_EQ(outcomeOf([&] { return typeOf(row[0])->genericIf(list(row[1]).get(), true); }), row[2]);
   }
   EXPECT_EQ(outcomeOf([] { return value("Vorn::TableType 'bogus'"); }), "E:TableType");
   EXPECT_THROW(Kro::KroType("No::Type").genericIf("1", false), Kro::ReflectionException);

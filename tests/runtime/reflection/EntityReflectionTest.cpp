@@ -312,8 +312,8 @@ TEST_F(EntityReflectionTest, anObjectIsHandedOutAsItsOwnTypeAndAsItsBases) {
   auto const object = Kro::reflectionOf(acl);
   EXPECT_EQ(object->voidPtrIs(Kro::entityBaseType()), static_cast<Kro::Entity*>(acl.get()));
   EXPECT_EQ(object->voidPtrIs(Kro::ptrInterfaceType()), static_cast<Kro::PtrInterface*>(acl.get()));
-  for (auto const& [wrong, what] : {std::pair(object, "T:VornAcl"), std::pair(held(aclId(1)), "T:AclId")}) {
-    EXPECT_EQ(outcomeOf([&] { return wrong->voidPtrIs(Vorn::ChipId::_fwkType()), wrong; }), what);
+  for (auto const& row : {std::pair(object, "T:VornAcl"), std::pair(held(aclId(1)), "T:AclId")}) {
+    EXPECT_EQ(outcomeOf([&] { return row.first->voidPtrIs(Vorn::ChipId::_fwkType()), row.first; }), row.second);
   }
   EXPECT_THROW(Kro::reflectionOf(nullptr), Kro::RangeException);
 }
