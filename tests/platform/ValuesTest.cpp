@@ -48,6 +48,7 @@ TEST(NetworkValues, AreReadFromText) {
         "00:00:5g:00:53:01", "00:00:5e:00:53:0g", "00:0:05e:00:53:01", " 0:00:5e:00:53:01", "-1:00:5e:00:53:01"}) {
     expectOutcome(reread<EthAddr>, "not an Ethernet address: \"" + text + "\"", {("'" + text + "'").c_str()});
   }
+  EXPECT_THROW(Kro::strepToValue<EthAddr>("00:00:5e:00:53:01"), Kro::RangeException) << "without quotes";
   String8 const text("sport=70000");
   auto it = text.begin();
   it.indexIs(6);
