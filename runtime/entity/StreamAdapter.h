@@ -135,7 +135,7 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   virtual bool knowsAttribute(AttributeId id) const = 0;
   /// Drops the marks of a whole transfer into attribute `id` of this entity.
   virtual void sweepMarksDel(AttributeId id) = 0;
-  /// An entity was announced that a reference held here may wait for.
+  /// References held here to this entity are written again: it was announced, or the peer removed it.
   virtual void targetAnnounced(Entity const& target);
   /// An entity goes off the stream that references may be to.
   virtual void targetRetired(EntityId id, Entity const& target);

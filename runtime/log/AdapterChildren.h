@@ -73,7 +73,7 @@ void AdapterOf<X>::bindChild(Entity& child) {
   streamDemuxer()->announced(child);
 }
 
-/// `creation` has find(), isSame(child), mustGoFirst(child), isOvertaken(), voidOwn(), create(), remove() and
+/// `creation` has find(), mustGoFirst(child), isOvertaken(), voidOwn(), create(), remove() and
 /// refuseOther(child), which throws for other parameters of an object that the peer announces again.
 template <class X>
 template <class D, class Case>
