@@ -25,7 +25,7 @@ class VORNACL_API AclKeyToAclIdMapping : public Kro::Entity {
     using RbTreeNode::RbTreeNode;
   };
   using KeyToIdMap = Kro::RbTreeMap<KroKeyToId, Zil::AclKey, AclId>;
-  using Observers = Kro::ObserverList<Kro::NotifieeOf<AclKeyToAclIdMapping, Zil::AclKey>>;
+  using Observers = Kro::ObserverList<Kro::NotifieeOf<AclKeyToAclIdMapping>>;
 
   explicit AclKeyToAclIdMapping(Kro::Name name);
   ~AclKeyToAclIdMapping() override;
@@ -76,7 +76,7 @@ class VORNACL_API AclKeyToAclIdMapping : public Kro::Entity {
 VORNACL_API Kro::Ptr<AclKeyToAclIdMapping> aclKeyToAclIdMappingFactory(Kro::Name name);
 
 /// Observes an `AclKeyToAclIdMapping` without changing it.
-class VORNACL_API AclKeyToAclIdMapping::NotifieeConst : public Kro::NotifieeOf<AclKeyToAclIdMapping, Zil::AclKey> {
+class VORNACL_API AclKeyToAclIdMapping::NotifieeConst : public Kro::NotifieeOf<AclKeyToAclIdMapping> {
  public:
   ~NotifieeConst() override;
   /// The entry of this key was set, changed or removed; only this keyed form is called by the entity.

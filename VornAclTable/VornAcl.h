@@ -39,7 +39,7 @@ class VORNACL_API VornAcl : public Kro::Entity {
   };
   using IpRuleByIdMap = Kro::RbTreeMap<KroIpRuleById, AceIndex, IpRuleConfig>;
   using MacRuleByIdMap = Kro::RbTreeMap<KroMacRuleById, AceIndex, MacRuleConfig>;
-  using Observers = Kro::ObserverList<Kro::NotifieeOf<VornAcl, AceIndex, AceIndex>>;
+  using Observers = Kro::ObserverList<Kro::NotifieeOf<VornAcl>>;
 
   VornAcl(AclId const& aclId, Acl::AclType aclType, Kro::Name cliName);
   ~VornAcl() override;
@@ -126,7 +126,7 @@ class VORNACL_API VornAcl : public Kro::Entity {
 };
 
 /// Observes a `VornAcl` without changing it.
-class VORNACL_API VornAcl::NotifieeConst : public Kro::NotifieeOf<VornAcl, AceIndex, AceIndex> {
+class VORNACL_API VornAcl::NotifieeConst : public Kro::NotifieeOf<VornAcl> {
  public:
   ~NotifieeConst() override;
   /// The IP rule at this position was set, changed or removed; only this keyed form is called by the entity.

@@ -17,7 +17,7 @@ class VORNACL_API VornAclColl : public Kro::Entity {
   struct Attributes;
 
   using AclMap = Kro::HashMap<VornAcl, AclId, VornAcl>;
-  using Observers = Kro::ObserverList<Kro::NotifieeOf<VornAclColl, AclId>>;
+  using Observers = Kro::ObserverList<Kro::NotifieeOf<VornAclColl>>;
 
   explicit VornAclColl(Kro::Name name);
   ~VornAclColl() override;
@@ -69,7 +69,7 @@ class VORNACL_API VornAclColl : public Kro::Entity {
 VORNACL_API Kro::Ptr<VornAclColl> vornAclCollFactory(Kro::Name name);
 
 /// Observes a `VornAclColl` without changing it.
-class VORNACL_API VornAclColl::NotifieeConst : public Kro::NotifieeOf<VornAclColl, AclId> {
+class VORNACL_API VornAclColl::NotifieeConst : public Kro::NotifieeOf<VornAclColl> {
  public:
   ~NotifieeConst() override;
   /// The ACL of this id was created or removed; only this keyed form is called by the entity.

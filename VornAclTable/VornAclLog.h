@@ -10,10 +10,9 @@ namespace Vorn {
 /// Mirrors a `VornAcl` into one stream.
 class VORNACL_API VornAcl::KroNboAttrLogSa final : public Kro::NboAttrLog::AdapterOf<VornAcl> {
  public:
-  class KroNboAttrLogSaAdapter_;
   using FlowOut = Kro::NboAttrLog::FlowOutOf<VornAcl>;
 
-  KroNboAttrLogSa(Kro_BitSet flags, VornAcl& acl, Kro::Ptr<Kro::NboAttrLog::Out> const& out, Kro::PtrInterface* parent);
+  using AdapterOf::AdapterOf;
 
   void onIpRuleById(AceIndex const& key) { handleKey(Attributes::ipRuleById, key); }
   void onMacRuleById(AceIndex const& key) { handleKey(Attributes::macRuleById, key); }
@@ -32,11 +31,9 @@ class VORNACL_API VornAcl::KroNboAttrLogSa final : public Kro::NboAttrLog::Adapt
 /// Mirrors a `VornAclColl` into one stream.
 class VORNACL_API VornAclColl::KroNboAttrLogSa final : public Kro::NboAttrLog::AdapterOf<VornAclColl> {
  public:
-  class KroNboAttrLogSaAdapter_;
   using FlowOut = Kro::NboAttrLog::FlowOutOf<VornAclColl>;
 
-  KroNboAttrLogSa(Kro_BitSet flags, VornAclColl& coll, Kro::Ptr<Kro::NboAttrLog::Out> const& out,
-                  Kro::PtrInterface* parent);
+  using AdapterOf::AdapterOf;
 
   void onAcl(AclId const& key) { handleKey(Attributes::acl, key); }
   /// Writes or marks one entry; a null `acl` is a removal.
@@ -60,11 +57,9 @@ class VORNACL_API VornAclColl::KroNboAttrLogSa final : public Kro::NboAttrLog::A
 class VORNACL_API AclKeyToAclIdMapping::KroNboAttrLogSa final
     : public Kro::NboAttrLog::AdapterOf<AclKeyToAclIdMapping> {
  public:
-  class KroNboAttrLogSaAdapter_;
   using FlowOut = Kro::NboAttrLog::FlowOutOf<AclKeyToAclIdMapping>;
 
-  KroNboAttrLogSa(Kro_BitSet flags, AclKeyToAclIdMapping& mapping, Kro::Ptr<Kro::NboAttrLog::Out> const& out,
-                  Kro::PtrInterface* parent);
+  using AdapterOf::AdapterOf;
 
   void onKeyToId(Zil::AclKey const& key) { handleKey(Attributes::keyToId, key); }
   void kroHandleKeyToIdSerializeSing(Zil::AclKey const& key, AclId const& id, bool removal) {

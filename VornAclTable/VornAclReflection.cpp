@@ -5,45 +5,6 @@
 
 namespace Vorn {
 
-// --- the observers behind the reflection objects ---
-
-class VornAcl::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<VornAcl> {
- public:
-  using ReflectionAdapter::ReflectionAdapter;
-  using VornAcl::Notifiee::onIpRuleById;
-  using VornAcl::Notifiee::onMacRuleById;
-  void onIpRuleById(AceIndex const& key) override { told(Attributes::ipRuleById, key); }
-  void onMacRuleById(AceIndex const& key) override { told(Attributes::macRuleById, key); }
-};
-
-class VornAclColl::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<VornAclColl> {
- public:
-  using ReflectionAdapter::ReflectionAdapter;
-  using VornAclColl::Notifiee::onAcl;
-  void onAcl(AclId const& key) override { told(Attributes::acl, key); }
-};
-
-class AclKeyToAclIdMapping::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<AclKeyToAclIdMapping> {
- public:
-  using AclKeyToAclIdMapping::Notifiee::onKeyToId;
-  using ReflectionAdapter::ReflectionAdapter;
-  void onKeyToId(Zil::AclKey const& key) override { told(Attributes::keyToId, key); }
-};
-
-// --- reflection objects and type objects ---
-
-VornAcl::GenericIf_::GenericIf_(Kro::Ptr<VornAcl> const& entity, bool isConst) : EntityGenericIfOf(entity, isConst) {
-  adapterIs(Kro::adopt(new GenericIf_Adapter_(this)));
-}
-VornAclColl::GenericIf_::GenericIf_(Kro::Ptr<VornAclColl> const& entity, bool isConst)
-    : EntityGenericIfOf(entity, isConst) {
-  adapterIs(Kro::adopt(new GenericIf_Adapter_(this)));
-}
-AclKeyToAclIdMapping::GenericIf_::GenericIf_(Kro::Ptr<AclKeyToAclIdMapping> const& entity, bool isConst)
-    : EntityGenericIfOf(entity, isConst) {
-  adapterIs(Kro::adopt(new GenericIf_Adapter_(this)));
-}
-
 Kro::Ptr<Kro::KroType const> VornAcl::_fwkType() { return Kro::detail::entityTypeOf<VornAcl>(&kroInitVornAclTable); }
 Kro::Ptr<Kro::KroType const> VornAclColl::_fwkType() {
   return Kro::detail::entityTypeOf<VornAclColl>(&kroInitVornAclTable);

@@ -19,8 +19,7 @@ namespace Vorn {
 /// Reflects a `VornAcl`. Derive from it and override `onAttribute` to hear changes.
 class VORNACL_API VornAcl::GenericIf_ : public Kro::EntityGenericIfOf<VornAcl> {
  public:
-  class GenericIf_Adapter_;
-  GenericIf_(Kro::Ptr<VornAcl> const& entity, bool isConst);
+  using EntityGenericIfOf::EntityGenericIfOf;
   static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<VornAcl> const& entity, bool isConst) {
     return Kro::adopt(new GenericIf_(entity, isConst));
   }
@@ -32,8 +31,7 @@ class VORNACL_API VornAcl::_Type : public Kro::ReflectedEntityType<VornAcl> {};
 /// Reflects a `VornAclColl`. Derive from it and override `onAttribute` to hear changes.
 class VORNACL_API VornAclColl::GenericIf_ : public Kro::EntityGenericIfOf<VornAclColl> {
  public:
-  class GenericIf_Adapter_;
-  GenericIf_(Kro::Ptr<VornAclColl> const& entity, bool isConst);
+  using EntityGenericIfOf::EntityGenericIfOf;
   static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<VornAclColl> const& entity, bool isConst) {
     return Kro::adopt(new GenericIf_(entity, isConst));
   }
@@ -51,8 +49,7 @@ class VORNACL_API VornAclColl::_Type : public Kro::ReflectedEntityType<VornAclCo
 /// Reflects an `AclKeyToAclIdMapping`. Derive from it and override `onAttribute` to hear changes.
 class VORNACL_API AclKeyToAclIdMapping::GenericIf_ : public Kro::EntityGenericIfOf<AclKeyToAclIdMapping> {
  public:
-  class GenericIf_Adapter_;
-  GenericIf_(Kro::Ptr<AclKeyToAclIdMapping> const& entity, bool isConst);
+  using EntityGenericIfOf::EntityGenericIfOf;
   static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<AclKeyToAclIdMapping> const& entity, bool isConst) {
     return Kro::adopt(new GenericIf_(entity, isConst));
   }

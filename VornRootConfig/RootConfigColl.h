@@ -37,7 +37,7 @@ class VORNACL_API RootConfigColl : public Kro::Entity {
   };
   using ChipRootConfigMap = Kro::HashMap<RootConfig, std::uint32_t, RootConfig>;
   using ChipRootConfigLastFailedMap = Kro::HashMap<KroChipRootConfigLastFailed, ChipId, RootConfig const>;
-  using Observers = Kro::ObserverList<Kro::NotifieeOf<RootConfigColl, std::uint32_t, ChipId>>;
+  using Observers = Kro::ObserverList<Kro::NotifieeOf<RootConfigColl>>;
 
   explicit RootConfigColl(Kro::Name name);
   ~RootConfigColl() override;
@@ -110,7 +110,7 @@ class VORNACL_API RootConfigColl : public Kro::Entity {
 VORNACL_API Kro::Ptr<RootConfigColl> rootConfigCollFactory(Kro::Name name);
 
 /// Observes a `RootConfigColl` without changing it.
-class VORNACL_API RootConfigColl::NotifieeConst : public Kro::NotifieeOf<RootConfigColl, std::uint32_t, ChipId> {
+class VORNACL_API RootConfigColl::NotifieeConst : public Kro::NotifieeOf<RootConfigColl> {
  public:
   ~NotifieeConst() override;
   /// The configuration of this id was created or removed; only the keyed forms are called by the entity.

@@ -9,11 +9,9 @@ namespace Vorn {
 /// Mirrors a `RootConfig` into one stream.
 class VORNACL_API RootConfig::KroNboAttrLogSa final : public Kro::NboAttrLog::AdapterOf<RootConfig> {
  public:
-  class KroNboAttrLogSaAdapter_;
   using FlowOut = Kro::NboAttrLog::FlowOutOf<RootConfig>;
 
-  KroNboAttrLogSa(Kro_BitSet flags, RootConfig& configuration, Kro::Ptr<Kro::NboAttrLog::Out> const& out,
-                  Kro::PtrInterface* parent);
+  using AdapterOf::AdapterOf;
 
   void onActive() { handleScalar(Attributes::active); }
   void onVornAclColl() { handleChild(Attributes::vornAclColl); }
@@ -48,11 +46,9 @@ class VORNACL_API RootConfig::KroNboAttrLogSa final : public Kro::NboAttrLog::Ad
 /// Mirrors a `RootConfigColl` into one stream.
 class VORNACL_API RootConfigColl::KroNboAttrLogSa final : public Kro::NboAttrLog::AdapterOf<RootConfigColl> {
  public:
-  class KroNboAttrLogSaAdapter_;
   using FlowOut = Kro::NboAttrLog::FlowOutOf<RootConfigColl>;
 
-  KroNboAttrLogSa(Kro_BitSet flags, RootConfigColl& coll, Kro::Ptr<Kro::NboAttrLog::Out> const& out,
-                  Kro::PtrInterface* parent);
+  using AdapterOf::AdapterOf;
 
   void onChipRootConfig(std::uint32_t key) { handleKey(Attributes::chipRootConfig, key); }
   void onChipRootConfigLastFailed(ChipId key) { handleKey(Attributes::chipRootConfigLastFailed, key); }

@@ -5,40 +5,6 @@
 
 namespace Vorn {
 
-// --- the observers behind the reflection objects ---
-
-class RootConfig::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<RootConfig> {
- public:
-  using ReflectionAdapter::ReflectionAdapter;
-  void onActive() override { told(Attributes::active); }
-  void onVornAclColl() override { told(Attributes::vornAclColl); }
-  void onAclKeyToAclId() override { told(Attributes::aclKeyToAclId); }
-  void onAction() override { told(Attributes::action); }
-  void onVornRootKickTime() override { told(Attributes::vornRootKickTime); }
-  void onVornRootKick() override { told(Attributes::vornRootKick); }
-  void onInitialized() override { told(Attributes::initialized); }
-};
-
-class RootConfigColl::GenericIf_::GenericIf_Adapter_ final : public Kro::ReflectionAdapter<RootConfigColl> {
- public:
-  using ReflectionAdapter::ReflectionAdapter;
-  using RootConfigColl::Notifiee::onChipRootConfig;
-  using RootConfigColl::Notifiee::onChipRootConfigLastFailed;
-  void onChipRootConfig(std::uint32_t key) override { told(Attributes::chipRootConfig, key); }
-  void onChipRootConfigLastFailed(ChipId key) override { told(Attributes::chipRootConfigLastFailed, key); }
-};
-
-// --- reflection objects and type objects ---
-
-RootConfig::GenericIf_::GenericIf_(Kro::Ptr<RootConfig> const& entity, bool isConst)
-    : EntityGenericIfOf(entity, isConst) {
-  adapterIs(Kro::adopt(new GenericIf_Adapter_(this)));
-}
-RootConfigColl::GenericIf_::GenericIf_(Kro::Ptr<RootConfigColl> const& entity, bool isConst)
-    : EntityGenericIfOf(entity, isConst) {
-  adapterIs(Kro::adopt(new GenericIf_Adapter_(this)));
-}
-
 Kro::Ptr<Kro::KroType const> RootConfig::_fwkType() {
   return Kro::detail::entityTypeOf<RootConfig>(&kroInitVornRootConfig);
 }

@@ -24,8 +24,7 @@ inline Kro::Ptr<RootAction_GenericIf_> RootAction_GenericIf_Is(RootAction value,
 /// Reflects a `RootConfig`. Derive from it and override `onAttribute` to hear changes.
 class VORNACL_API RootConfig::GenericIf_ : public Kro::EntityGenericIfOf<RootConfig> {
  public:
-  class GenericIf_Adapter_;
-  GenericIf_(Kro::Ptr<RootConfig> const& entity, bool isConst);
+  using EntityGenericIfOf::EntityGenericIfOf;
   static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<RootConfig> const& entity, bool isConst) {
     return Kro::adopt(new GenericIf_(entity, isConst));
   }
@@ -44,8 +43,7 @@ class VORNACL_API RootConfig::_Type : public Kro::ReflectedEntityType<RootConfig
 /// Reflects a `RootConfigColl`. Derive from it and override `onAttribute` to hear changes.
 class VORNACL_API RootConfigColl::GenericIf_ : public Kro::EntityGenericIfOf<RootConfigColl> {
  public:
-  class GenericIf_Adapter_;
-  GenericIf_(Kro::Ptr<RootConfigColl> const& entity, bool isConst);
+  using EntityGenericIfOf::EntityGenericIfOf;
   static Kro::Ptr<GenericIf_> GenericIf_Is(Kro::Ptr<RootConfigColl> const& entity, bool isConst) {
     return Kro::adopt(new GenericIf_(entity, isConst));
   }

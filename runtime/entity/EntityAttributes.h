@@ -20,6 +20,14 @@ namespace Kro {
 
 enum class AttributeKind { parameter, scalar, counter, child, values, members, references, function };
 
+/// Whether an attribute is told to observers, and so written to the log.
+template <class D>
+inline constexpr bool isTold = D::kind != AttributeKind::parameter&& D::kind != AttributeKind::function;
+/// Whether an attribute is a collection.
+template <class D>
+inline constexpr bool isKeyed =
+    D::kind == AttributeKind::values || D::kind == AttributeKind::members || D::kind == AttributeKind::references;
+
 /// A constructor parameter: never changes. The first one of a collection member is its key.
 template <AttributeId Id, class X, class F>
 struct EntityParameter {
@@ -215,6 +223,12 @@ constexpr bool hasRunningIds() {
 template <class X, class F>
 constexpr void forEachEntityAttribute(F&& f) {
   std::apply([&](auto const&... d) { (f(d), ...); }, X::Attributes::all);
+}
+
+/// Calls `f(descriptor)` for the attribute of `X` with this id; false where there is none.
+template <class X, class F>
+constexpr bool withEntityAttribute(AttributeId id, F&& f) {
+  return std::apply([&](auto const&... d) { return ((d.id == id && (f(d), true)) || ...); }, X::Attributes::all);
 }
 
 }  // namespace Kro

@@ -3,6 +3,7 @@
 
 #include <type_traits>
 
+#include "runtime/entity/ChangeObserver.h"
 #include "runtime/entity/Dispatch.h"
 #include "runtime/entity/EntityAttributes.h"
 
@@ -28,18 +29,29 @@ template <class X, class D>
 inline constexpr auto handlerOf = entityAttribute<X, D::id - firstEntityAttributeId>.handler;
 
 /// Tells a change of a keyed attribute. The key may be that of a record which a handler removes.
-template <class X, class D, class Key>
-void tellKey(X& entity, D const&, Key const& key) {
+template <class X, class D>
+void tellKey(X& entity, D const&, typename D::Key const& key) {
   if (entity.kroObservers().count() != 0) {
-    tellObservers(entity, D::id,
-                  [copy = key](typename X::NotifieeConst& observer) { (observer.*handlerOf<X, D>)(copy); });
+    tellObservers(entity, D::id, [copy = key](typename X::NotifieeConst& observer) {
+      if (observer.isToldById()) {
+        static_cast<ChangeObserver<X>&>(observer).onChange(D::id, &copy);
+      } else {
+        (observer.*handlerOf<X, D>)(copy);
+      }
+    });
   }
 }
 
 /// Tells a change of a scalar or single child.
 template <class X, class D>
 void tellChange(X& entity, D const&) {
-  tellObservers(entity, D::id, [](typename X::NotifieeConst& observer) { (observer.*handlerOf<X, D>)(); });
+  tellObservers(entity, D::id, [](typename X::NotifieeConst& observer) {
+    if (observer.isToldById()) {
+      static_cast<ChangeObserver<X>&>(observer).onChange(D::id, nullptr);
+    } else {
+      (observer.*handlerOf<X, D>)();
+    }
+  });
 }
 
 template <class X>

@@ -79,6 +79,8 @@ class VORNACL_API PtrInterface::NotifieeConst : public PtrInterface {
   void isWeakReferenceIs(bool weak);
   bool isWeakReference() const { return weak_; }
   bool isRegisteredNotifiee() const { return registered_; }
+  /// Whether entities tell this observer of changes by the attribute's id; see `ChangeObserver`.
+  bool isToldById() const { return toldById_; }
   std::uint32_t flagWord() const { return flagWord_; }
   void flagWordIs(std::uint32_t word) { flagWord_ = word; }
 
@@ -93,10 +95,14 @@ class VORNACL_API PtrInterface::NotifieeConst : public PtrInterface {
   virtual void weaknessChanged() {}
 
  private:
+  template <class X>
+  friend class ChangeObserver;
+
   std::uint32_t flagWord_ = 0;
   [[maybe_unused]] std::uint32_t runtimeWord_ = 0;
   PtrInterface const* notifier_ = nullptr;
   bool weak_ = false;
+  bool toldById_ = false;
   mutable bool registered_ = false;
 };
 

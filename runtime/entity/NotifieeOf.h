@@ -1,8 +1,6 @@
 // The generated part of an entity type's observer interface.
 #pragma once
 
-#include <tuple>
-
 #include "runtime/entity/Dispatch.h"
 #include "runtime/entity/Entity.h"
 
@@ -11,17 +9,10 @@ namespace Kro {
 /// Whether the object that reacts for an observer is the stream adapter of an entity.
 VORNACL_API bool reactsForStream(PtrInterface::NotifieeConst const& observer);
 
-/// Base of `X::NotifieeConst`. `Keys` are the key types of the collection attributes of `X`, in declaration order: for
-/// each the observer keeps the last key and the number of changes that deferred delivery has not yet told.
-template <class X, class... Keys>
+/// Base of `X::NotifieeConst`.
+template <class X>
 class NotifieeOf : public Entity::NotifieeConst {
  public:
-  template <class Key>
-  struct Pending {
-    Key lastKey{};
-    std::uint8_t count = 0;
-  };
-
   NotifieeOf() = default;
   /// Takes itself out of the observer list, unless it is marked for deletion: the notification of such a one was
   /// switched off before, so that it is not registered.
@@ -65,12 +56,6 @@ class NotifieeOf : public Entity::NotifieeConst {
   /// The observed entity, null while detached; not counted.
   X const* notifier() const { return static_cast<X const*>(static_cast<Entity const*>(rawNotifier())); }
 
-  /// The deferred-delivery state of the I-th collection attribute.
-  template <std::size_t I>
-  auto& pending() {
-    return std::get<I>(pending_);
-  }
-
   NotifieeOf* kroNext() const { return next_; }
   void kroNextIs(NotifieeOf* next) const { next_ = next; }
   /// The entity is dying.
@@ -108,7 +93,6 @@ class NotifieeOf : public Entity::NotifieeConst {
     }
   }
 
-  std::tuple<Pending<Keys>...> pending_;
   mutable NotifieeOf* next_ = nullptr;
 };
 

@@ -12,6 +12,7 @@
 #include "runtime/entity/EntityOps.h"
 #include "runtime/log/Demuxer.h"
 #include "runtime/log/FlowOutOf.h"
+#include "runtime/log/Registration.h"
 #include "runtime/value/Codec.h"
 
 namespace Kro::NboAttrLog {
@@ -49,6 +50,16 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   /// The bits of the state word that a child's adapter takes over from its parent's.
   static constexpr std::uint32_t inheritedBits = readOnlyBit | readOnlyRemoteBit | deferredBit | forceDeferBit;
 
+  AdapterOf(Kro_BitSet flags, X& entity, Ptr<Out> const& out, PtrInterface* parent)
+      : AdapterOf(dynamic_cast<KroNboAttrLogSa*>(parent), flags, entity, out) {
+    registration_ = adopt(new Registration<X>(*this));  // what is thrown from here on ends in the destructor
+    registration_->isRegisteredNotifieeIs(true);
+    registration_->notifierIs(Ptr<PtrInterface const>(share(&rawEntity())));
+    registration_->isWeakReferenceIs(true);
+    if constexpr (PositionsOfKind<X, AttributeKind::references>::size() != 0) {
+      streamDemuxer()->referenceHolderIs(*this);
+    }
+  }
   ~AdapterOf() override {
     if (isRegistered()) {
       retire();
@@ -66,7 +77,9 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
                                  Ptr<In> const& in) override;
   void handleAttrTransaction(AttributeId id, AttrTransactionType type, unsigned n) override;
   void flowOutIs(AttributeId from) override { flowOutStored(adopt(new Flow(from))); }
-  void doNotification(AttributeId id, void* key) override;
+  void doNotification(AttributeId id, void* key) override { handleChange(id, key); }
+  /// An attribute changed: writes or marks it. `key` points to the key of a keyed one.
+  void handleChange(AttributeId id, void const* key);
   void syncModeIs(SyncMode mode) override;
   bool knowsAttribute(AttributeId id) const override;
   void sweepMarksDel(AttributeId id) override;
@@ -75,21 +88,8 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   unsigned audit() const override;
 
  protected:
-  AdapterOf(Kro_BitSet flags, X& entity, Ptr<Out> const& out, PtrInterface* parent)
-      : KroNboAttrLogSa(flags.word(), entity, out, dynamic_cast<KroNboAttrLogSa*>(parent)) {}
-
-  /// Links the adapter into the entity's observer list; `registration` forwards each handler to it.
-  void registrationIs(Ptr<typename X::Notifiee> const& registration) {
-    registration_ = registration;
-    registration->isRegisteredNotifieeIs(true);
-    registration->notifierIs(Ptr<PtrInterface const>(share(&rawEntity())));
-    registration->isWeakReferenceIs(true);
-    if constexpr (PositionsOfKind<X, AttributeKind::references>::size() != 0) {
-      streamDemuxer()->referenceHolderIs(*this);
-    }
-  }
   void registrationDel() override {
-    if (Ptr<typename X::Notifiee> const registration = std::move(registration_)) {
+    if (Ptr<Registration<X>> const registration = std::move(registration_)) {
       demuxerMarksGone();
       registration->notifierIs(nullptr);
     }
@@ -132,6 +132,9 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   }
 
  private:
+  AdapterOf(KroNboAttrLogSa* parent, Kro_BitSet flags, X& entity, Ptr<Out> const& out)
+      : KroNboAttrLogSa(flags.word(), entity, out, parent) {}
+
   MsgHeader headerOf(AttributeId id, bool firstFlag, std::uint8_t size = 0, std::uint16_t code = 0) const {
     return MsgHeader{entityId(), id, firstFlag, size, code, false};
   }
@@ -211,7 +214,7 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   template <class D>
   void repeated(D const& d, typename D::Key const& key);
 
-  Ptr<typename X::Notifiee> registration_;
+  Ptr<Registration<X>> registration_;
   EntityId pendingChildId_;  ///< of the creation that is being applied, null once it was given to a child
   AttributeId marked_ = 0;   ///< attribute with entries that carry the mark of a transfer
   std::size_t listEnd_ = 0;  ///< where what an attribute list told the length of ends, 0 for any other

@@ -189,22 +189,16 @@ void AdapterOf<X>::handleKey(D const& d, typename D::Key const& key) {
 }
 
 template <class X>
-void AdapterOf<X>::doNotification(AttributeId id, void* key) {
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (isTold<D>) {
-      if (D::id != id) {
-        return;
-      }
-      if constexpr (isKeyed<D>) {
-        handleKey(d, *static_cast<typename D::Key const*>(key));
-      } else if constexpr (D::kind == AttributeKind::child) {
-        handleChild(d);
-      } else {
-        handleScalar(d);
-      }
-    }
-  });
+void AdapterOf<X>::handleChange(AttributeId id, void const* key) {
+  withChange<X>(
+      id, key, [&](auto const& d, auto const& of) { handleKey(d, of); },
+      [&](auto const& d) {
+        if constexpr (std::remove_cvref_t<decltype(d)>::kind == AttributeKind::child) {
+          handleChild(d);
+        } else {
+          handleScalar(d);
+        }
+      });
 }
 
 // --- writers of one entry ---

@@ -16,14 +16,6 @@
 
 namespace Kro::NboAttrLog {
 
-/// Whether an attribute is told to observers, and so written to the log.
-template <class D>
-inline constexpr bool isTold = D::kind != AttributeKind::parameter&& D::kind != AttributeKind::function;
-/// Whether an attribute is a collection.
-template <class D>
-inline constexpr bool isKeyed =
-    D::kind == AttributeKind::values || D::kind == AttributeKind::members || D::kind == AttributeKind::references;
-
 /// The mark of one dirty key.
 struct DirtyMark {
   bool isDirty = true;

@@ -15,11 +15,11 @@ EntityGenericIfOf<X>::~EntityGenericIfOf() {
 }
 
 template <class X>
-void EntityGenericIfOf<X>::adapterIs(Ptr<ReflectionAdapter<X>> const& adapter) {
-  adapter_ = adapter;
-  adapter->isRegisteredNotifieeIs(true);
-  adapter->notifierIs(Ptr<PtrInterface const>(obj()));
-  adapter->isWeakReferenceIs(true);
+EntityGenericIfOf<X>::EntityGenericIfOf(Ptr<X> const& entity, bool isConst)
+    : GenericIfEntity(entity, isConst), adapter_(adopt(new ReflectionAdapter<X>(this))) {
+  adapter_->isRegisteredNotifieeIs(true);
+  adapter_->notifierIs(Ptr<PtrInterface const>(entity));
+  adapter_->isWeakReferenceIs(true);
   storeRegistered(true);
 }
 
@@ -41,15 +41,19 @@ void EntityGenericIfOf<X>::isRegisteredNotifieeIs(bool registered) const {
 }
 
 template <class X>
-template <class D>
-void EntityGenericIfOf<X>::onKey(D const&, typename D::Key const& key) {
-  auto& pending = adapter_->template pending<detail::keyedBefore<X>(D::id)>();
-  pending.lastKey = key;
-  if (kroOnAttribute(D::id, &pending.count)) {
-    pendingIs(D::id);
-    return;
-  }
-  onAttribute(D::id, genericIfOf<typename D::Key>(key));
+void EntityGenericIfOf<X>::onChange(AttributeId id, void const* changedKey) {
+  withChange<X>(
+      id, changedKey,
+      [&]<class D>(D const&, typename D::Key const& key) {
+        auto& pending = adapter_->template pending<D>();
+        pending.lastKey = key;
+        if (kroOnAttribute(id, &pending.count)) {
+          pendingIs(id);
+        } else {
+          onAttribute(id, genericIfOf<typename D::Key>(key));
+        }
+      },
+      [&](auto const&) { onAttribute(id); });
 }
 
 /// Tells an attribute that waits: by its key where it changed once, by itself where it changed more often.
@@ -57,9 +61,8 @@ template <class X>
 template <class D>
 void EntityGenericIfOf<X>::deliver(D const&, bool inBulk) {
   try {
-    if constexpr (D::kind == AttributeKind::values || D::kind == AttributeKind::members ||
-                  D::kind == AttributeKind::references) {
-      auto& pending = adapter_->template pending<detail::keyedBefore<X>(D::id)>();
+    if constexpr (isKeyed<D>) {
+      auto& pending = adapter_->template pending<D>();
       unsigned const count = std::exchange(pending.count, std::uint8_t{0});
       if (inBulk || count > 1) {
         onAttribute(D::id);  // the single keys are no longer known
@@ -85,7 +88,7 @@ void EntityGenericIfOf<X>::handleNotification(ActivityConfig* config) {
   bool known = all;
   forEachEntityAttribute<X>([&](auto const& d) {
     using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (D::kind != AttributeKind::parameter && D::kind != AttributeKind::function) {
+    if constexpr (isTold<D>) {
       if (!all && D::id != pending) {
         return;
       }

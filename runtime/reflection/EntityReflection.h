@@ -117,20 +117,6 @@ auto takeParameters(GenericIf const* list, std::string_view attribute, std::inde
   return taken;
 }
 
-/// The number of collection attributes of `X` before id `id`: the place of an observer's deferred-delivery state.
-template <class X>
-constexpr std::size_t keyedBefore(AttributeId id) {
-  std::size_t n = 0;
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    n += D::id < id && (D::kind == AttributeKind::values || D::kind == AttributeKind::members ||
-                        D::kind == AttributeKind::references)
-             ? 1U
-             : 0U;
-  });
-  return n;
-}
-
 /// The name of a collection's key: that of the member's parameter which it is.
 template <class D>
 constexpr std::string_view keyNameOf() {
@@ -161,12 +147,13 @@ Ptr<GenericIf> reflectEntity(Ptr<X> const& entity, bool isConst) {
 template <class X>
 class ReflectionAdapter;
 
-/// Reflection of entity type `X`; the type's own `GenericIf_` adds the observer whose handlers have names. Instantiated
-/// in the .cpp file of the type's source. The object holds its entity. Switching its notification or its registration
-/// off and on silences the observer.
+/// Reflection of entity type `X`. Derive from it and override `onAttribute` to hear changes. Instantiated in the .cpp
+/// file of the type's source. The object holds its entity. Switching its notification or its registration off and on
+/// silences the observer.
 template <class X>
 class VORNACL_API EntityGenericIfOf : public GenericIfEntity {
  public:
+  EntityGenericIfOf(Ptr<X> const& entity, bool isConst);
   ~EntityGenericIfOf() override;
 
   /// A reflection object of a new entity, made from its constructor's parameters in order.
@@ -191,15 +178,9 @@ class VORNACL_API EntityGenericIfOf : public GenericIfEntity {
   void handleNotification(ActivityConfig* config) override;
   void kroDoZombieReactors(bool zombie) override;
 
-  /// A keyed attribute changed, told by the adapter.
-  template <class D>
-  void onKey(D const& d, typename D::Key const& key);
+  /// An attribute changed, told by the adapter; `key` points to the key of a keyed one.
+  void onChange(AttributeId id, void const* key);
   using GenericIf::onAttribute;
-
- protected:
-  EntityGenericIfOf(Ptr<X> const& entity, bool isConst) : GenericIfEntity(entity, isConst) {}
-  /// Links the object to its entity through an observer of the type.
-  void adapterIs(Ptr<ReflectionAdapter<X>> const& adapter);
 
  private:
   template <class D>
@@ -232,9 +213,25 @@ class VORNACL_API EntityGenericIfOf : public GenericIfEntity {
   Ptr<ReflectionAdapter<X>> adapter_;
 };
 
-/// The base of `X::GenericIf_::GenericIf_Adapter_`: an observer of `X` on behalf of a reflection object.
+namespace detail {
+
+/// What deferred delivery has not told yet of an attribute.
+template <class D, bool keyed = isKeyed<D>>
+struct Pending {};
+template <class D>
+struct Pending<D, true> {
+  typename D::Key lastKey{};
+  std::uint8_t count = 0;
+};
+
+template <class X, std::size_t... I>
+auto pendingOf(std::index_sequence<I...>) -> std::tuple<Pending<EntityAttributeType<X, I>>...>;
+
+}  // namespace detail
+
+/// An observer of `X` on behalf of a reflection object.
 template <class X>
-class ReflectionAdapter : public X::Notifiee {
+class ReflectionAdapter final : public ChangeObserver<X> {
  public:
   using Owner = EntityGenericIfOf<X>;
   explicit ReflectionAdapter(Owner* owner) : owner_(owner) {}
@@ -265,23 +262,20 @@ class ReflectionAdapter : public X::Notifiee {
   /// The reflection object goes: a dispatch that is under way may still call this observer.
   void ownerDel() { owner_ = nullptr; }
 
- protected:
-  /// An attribute without key changed.
-  template <class D>
-  void told(D const&) {
-    if (Ptr<Owner> const held = share(owner_)) {
-      held->onAttribute(D::id);
+  void onChange(AttributeId id, void const* key) override {
+    if (Ptr<Owner> const held = share(owner_)) {  // a handler may drop the reflection object
+      held->onChange(id, key);
     }
   }
+  /// The deferred-delivery state of a collection.
   template <class D>
-  void told(D const& d, typename D::Key const& key) {
-    if (Ptr<Owner> const held = share(owner_)) {  // a handler may drop the reflection object
-      held->onKey(d, key);
-    }
+  detail::Pending<D>& pending() {
+    return std::get<detail::Pending<D>>(pending_);
   }
 
  private:
   Owner* owner_;
+  decltype(detail::pendingOf<X>(std::make_index_sequence<entityAttributeCount<X>>())) pending_;
 };
 
 /// The type object of entity type `X`, with reflection.

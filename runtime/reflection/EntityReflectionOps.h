@@ -223,8 +223,7 @@ Ptr<GenericIf> EntityGenericIfOf<X>::placedOp(AttributeOp const& op, Ptr<Generic
                                               Ptr<GenericIf> const& arg) {
   constexpr auto& d = entityAttribute<X, I>;
   using D = EntityAttributeType<X, I>;
-  constexpr bool isCollection =
-      D::kind == AttributeKind::values || D::kind == AttributeKind::members || D::kind == AttributeKind::references;
+  constexpr bool isCollection = isKeyed<D>;
   Ptr<GenericIf> const held = share<GenericIf>(this);  // an observer of the change may drop the last handle
   Ptr<KroType const> const own = type();
   ReflectionPlace const place(*own, D::id, d.name, op.opId, detail::operationsOf<D>(), detail::parametersOf(d));
@@ -322,8 +321,7 @@ GenericIf::AttributeIteratorConst EntityGenericIfOf<X>::iterator(AttributeId id,
   std::unique_ptr<AttributeIteratorConst::State> state;
   forEachEntityAttribute<X>([&](auto const& d) {
     using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (D::kind == AttributeKind::values || D::kind == AttributeKind::members ||
-                  D::kind == AttributeKind::references) {
+    if constexpr (isKeyed<D>) {
       if (D::id != id) {
         return;
       }
