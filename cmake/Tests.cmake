@@ -29,7 +29,8 @@ if(VORNACL_TESTS)
   if(test_sources)
     vornacl_gtest(vornacl_tests VornAcl::VornAcl ${test_sources} ${support_sources})
     target_link_libraries(vornacl_tests PRIVATE
-      $<TARGET_NAME_IF_EXISTS:vornacl-demo-lib> $<TARGET_NAME_IF_EXISTS:VornAclToolsCommon>)
+      $<TARGET_NAME_IF_EXISTS:vornacl-demo-lib> $<TARGET_NAME_IF_EXISTS:vornacl-lib>
+      $<TARGET_NAME_IF_EXISTS:VornAclToolsCommon>)
     if(VORNACL_TOOL_TARGETS)
       add_dependencies(vornacl_tests ${VORNACL_TOOL_TARGETS})
     endif()

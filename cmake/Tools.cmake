@@ -1,6 +1,6 @@
-# tools/<name>/*.cpp makes the program vornacl-<name>, everything but its main.cpp the library vornacl-<name>-lib, so that
-# the tests can link it; tools/common/*.cpp is what several of them share; examples/*.cpp makes one program each, which
-# runs to its end by itself.
+# tools/<name>/**/*.cpp makes the program vornacl-<name>, everything but its main.cpp the library vornacl-<name>-lib, so
+# that the tests can link it; of tools/vornacl/ it is vornacl and vornacl-lib. tools/common/*.cpp is what several of them
+# share; examples/*.cpp makes one program each, which runs to its end by itself.
 if(VORNACL_TOOLS OR VORNACL_TESTS OR VORNACL_BENCH)
   vornacl_glob(common_sources "tools/common/*.cpp")
   if(common_sources)
@@ -12,25 +12,21 @@ endif()
 if(VORNACL_TOOLS)
   find_package(fmt QUIET)
   find_package(CLI11 QUIET)
-  vornacl_glob(tool_sources "tools/*/*.cpp")
-  list(FILTER tool_sources EXCLUDE REGEX "/tools/(common|lint)/")
-  set(tool_folders ${tool_sources})
-  list(TRANSFORM tool_folders REPLACE "/[^/]*$" "")
-  list(REMOVE_DUPLICATES tool_folders)
-  foreach(folder IN LISTS tool_folders)
-    get_filename_component(name "${folder}" NAME)
-    set(sources ${tool_sources})
-    list(FILTER sources INCLUDE REGEX "/tools/${name}/[^/]*$")
-    list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
-    vornacl_program(vornacl-${name} tools/${name}/main.cpp)
-    if(sources)
-      add_library(vornacl-${name}-lib STATIC ${sources})
-      target_link_libraries(vornacl-${name}-lib PUBLIC VornAcl::VornAcl PRIVATE VornAclWarnings)
-    endif()
-    target_link_libraries(vornacl-${name} PRIVATE $<TARGET_NAME_IF_EXISTS:vornacl-${name}-lib>
-      $<TARGET_NAME_IF_EXISTS:VornAclToolsCommon>
-      $<TARGET_NAME_IF_EXISTS:fmt::fmt> $<TARGET_NAME_IF_EXISTS:CLI11::CLI11>)
-    list(APPEND VORNACL_TOOL_TARGETS vornacl-${name})
+  find_package(nlohmann_json QUIET)
+  set(tool_libraries $<TARGET_NAME_IF_EXISTS:fmt::fmt> $<TARGET_NAME_IF_EXISTS:CLI11::CLI11>
+    $<TARGET_NAME_IF_EXISTS:nlohmann_json::nlohmann_json>)
+  vornacl_glob(tool_mains "tools/*/main.cpp")
+  foreach(main IN LISTS tool_mains)
+    get_filename_component(folder "${main}" DIRECTORY)
+    get_filename_component(folder "${folder}" NAME)
+    string(REGEX REPLACE "^vornacl-vornacl$" "vornacl" name "vornacl-${folder}")
+    vornacl_glob(sources "tools/${folder}/*.cpp" "tools/${folder}/*/*.cpp")
+    list(FILTER sources EXCLUDE REGEX "/tools/${folder}/main\\.cpp$")
+    vornacl_program(${name} ${main})
+    add_library(${name}-lib STATIC ${sources})
+    target_link_libraries(${name}-lib PUBLIC VornAclToolsCommon PRIVATE VornAclWarnings ${tool_libraries})
+    target_link_libraries(${name} PRIVATE ${name}-lib ${tool_libraries})
+    list(APPEND VORNACL_TOOL_TARGETS ${name})
   endforeach()
   if(TARGET vornacl-demo)
     target_compile_definitions(vornacl-demo PRIVATE

@@ -17,6 +17,7 @@
 
 #include "runtime/log/Connection.h"
 #include "tests/runtime/log/Trees.h"
+#include "tests/tools/Program.h"
 #include "tools/demo/Changes.h"
 #include "tools/demo/Dump.h"
 #include "tools/demo/Files.h"
@@ -32,21 +33,7 @@ using Vorn::AceIndex;
 std::string const sample = std::filesystem::path(VORNACL_SOURCE_DIR) / "tools/demo/sample.rules";
 std::string const program = std::string(VORNACL_BIN_DIR) + "/vornacl-demo";
 
-struct Result {
-  int status = -1;
-  std::string output, messages;
-};
-
-/// Runs the program through the shell.
-Result run(std::string const& arguments) {
-  Demo::TemporaryFolder const folder;
-  std::string const out = folder.path() / "out";
-  std::string const err = folder.path() / "err";
-  std::string command("(");
-  command.append(program).append(" ").append(arguments).append(") >").append(out).append(" 2>").append(err);
-  int const status = std::system(command.c_str());
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Demo::readFile(out), Demo::readFile(err)};
-}
+ProgramResult run(std::string const& arguments) { return runProgram("vornacl-demo", arguments); }
 
 /// The last line of a run that ends equal; how many changes merged on their way is a matter of time.
 std::string equalLine(std::string const& counts, std::string const& changes = "[1-9][0-9]*") {
@@ -54,7 +41,7 @@ std::string equalLine(std::string const& counts, std::string const& changes = "[
 }
 
 TEST(Demo, endsEqualAndTellsWhatItCouldNotHold) {
-  Result const result = run("");
+  ProgramResult const result = run("");
   EXPECT_EQ(result.status, 0) << result.messages;
   EXPECT_THAT(result.output, MatchesRegex(equalLine("61 rules in 1 ACLs on 1 chips")));
   EXPECT_THAT(result.messages,
@@ -63,12 +50,12 @@ TEST(Demo, endsEqualAndTellsWhatItCouldNotHold) {
   for (int i = 0; i < 6; ++i) {
     files.append(sample).append(" ");
   }
-  Result const several = run(files);
+  ProgramResult const several = run(files);
   EXPECT_THAT(several.output, MatchesRegex(equalLine("366 rules in 6 ACLs on 4 chips"))) << several.messages;
 }
 
 TEST(Demo, seesARuleThatAMirrorAltered) {
-  Result const result = run("--plant-difference");
+  ProgramResult const result = run("--plant-difference");
   EXPECT_EQ(result.status, 1) << result.messages;
   EXPECT_THAT(result.output, MatchesRegex("differs: second mirror, line [0-9]+, demo/chipRootConfig.0./vornAclColl/"
                                           "acl.ipv4PAcl:0:in. ipRuleById Value\\('Vorn::AceIndex'.*: "
@@ -78,7 +65,7 @@ TEST(Demo, seesARuleThatAMirrorAltered) {
 TEST(Demo, printsTypesAndTheRulesThatAMirrorHolds) {
   EXPECT_EQ(run("--rules " + sample + " | sha256sum").output,
             "f88a5c3f3c18b8bfcbd209f6d6d2e80b89421cc19b3b2d5aad79fd517b1e667a  -\n");
-  Result const result = run("--types");
+  ProgramResult const result = run("--types");
   EXPECT_EQ(result.status, 0) << result.messages;
   EXPECT_EQ(result.messages, "");
   std::istringstream lines(result.output);
@@ -115,11 +102,11 @@ TEST(Demo, refusesWhatItCannotDo) {
       {many, 2, "at most 255 files"},
       {"--rules " + empty + " " + empty, 2, "takes one file"},
       {"--types " + empty, 2, "takes no file"},
-      {sample + " " + broken, 1, "vornacl-demo: " + broken + ":1:36: expected a port, 0 to 65535\n"},
+      {sample + " " + broken, 1, "vornacl-demo: " + broken + ":1:36: found \"65536\", expected a port, 0 to 65535\n"},
       {broken + ".none", 1, "vornacl-demo: " + broken + ".none: cannot be opened: No such file or directory\n"},
   };
   for (auto const& c : cases) {
-    Result const result = run(c.arguments);
+    ProgramResult const result = run(c.arguments);
     EXPECT_EQ(result.status, c.status) << c.arguments;
     EXPECT_EQ(result.output, "") << c.arguments;
     EXPECT_THAT(result.messages, HasSubstr(c.message));
@@ -135,7 +122,7 @@ TEST(Demo, mirrorsThePublicSets) {
   if (!table) {
     GTEST_SKIP() << "no rule sets at " << folder;
   }
-  Result const result = run((folder / "classbench/*.rules").string());
+  ProgramResult const result = run((folder / "classbench/*.rules").string());
   EXPECT_THAT(result.output, MatchesRegex(equalLine("108726 rules in 10 ACLs on 4 chips"))) << result.messages;
   int sets = 0;
   std::string file, form, lines, rules, missing, single, digest;

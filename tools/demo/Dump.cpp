@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <system_error>
 
-#include "tools/demo/RuleFile.h"
+#include "tools/common/ClassBench.h"
 
 namespace Demo {
 
@@ -118,7 +118,7 @@ void writeCanonicalLines(Tree const& tree, std::FILE* to) {
   Writer writer(to);
   for (auto const& acl : aclsOf(tree)) {
     for (auto const& record : acl->ipRuleByIdMap()) {
-      appendCanonicalLine(writer.text(), record.key().ruleId(), record.value());
+      Tools::appendCanonicalLine(writer.text(), record.key().ruleId(), record.value());
       writer.lineDone();
     }
   }

@@ -17,27 +17,6 @@ namespace {
 
 }  // namespace
 
-File openFile(std::string const& path, char const* mode) {
-  File file(std::fopen(path.c_str(), mode));
-  if (file == nullptr) {
-    fail(path + ": cannot be opened");
-  }
-  return file;
-}
-
-std::string readFile(std::string const& path) {
-  File const file = openFile(path, "rb");
-  std::string text;
-  char buffer[1 << 16];
-  while (std::size_t const length = std::fread(buffer, 1, sizeof buffer, file.get())) {
-    text.append(buffer, length);
-  }
-  if (std::ferror(file.get()) != 0) {
-    fail(path + ": cannot be read");
-  }
-  return text;
-}
-
 UnnamedFile::UnnamedFile() {
   std::string pattern = std::filesystem::temp_directory_path() / "vornacl-demo-XXXXXX";
   descriptor_ = FileDescriptor(mkostemp(pattern.data(), O_CLOEXEC | O_APPEND));

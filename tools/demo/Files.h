@@ -1,27 +1,15 @@
-// Files and folders.
+// Files and folders that are gone with their owner.
 #pragma once
 
-#include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <string>
-#include <string_view>
 
+#include "tools/common/Files.h"
 #include "tools/demo/Process.h"
 
 namespace Demo {
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-/// An open file, closed with its owner.
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-/// Opens a file as `fopen` does. Throws `std::system_error` that names it.
-File openFile(std::string const& path, char const* mode);
-
-/// All bytes of a file. Throws `std::system_error` that names it.
-std::string readFile(std::string const& path);
+using Tools::File;
 
 /// A file without a name, so that nothing of it is left behind however its users end.
 class UnnamedFile {

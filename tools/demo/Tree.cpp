@@ -4,7 +4,8 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "tools/demo/RuleFile.h"
+#include "tools/common/ClassBench.h"
+#include "tools/common/Files.h"
 
 namespace Demo {
 
@@ -21,15 +22,15 @@ void mapName(Vorn::AclKeyToAclIdMapping& mapping, std::string const& name, Vorn:
 }
 
 void load(Vorn::RootConfig& chip, std::string const& path, std::uint8_t number) {
-  RuleFile const file = readRuleFile(path);
-  for (Loosened const& loosened : file.loosened) {
-    std::fprintf(stderr, "%s: %s\n", path.c_str(), toText(loosened).c_str());
+  auto const filters = Tools::readClassBench(Tools::readFile(path), path);
+  for (std::string const& loosened : Tools::loosenedFilters(filters)) {
+    std::fprintf(stderr, "%s: %s\n", path.c_str(), loosened.c_str());
   }
   std::string const name = std::filesystem::path(path).filename();
   auto const acl = chip.vornAclColl()->aclIs(Vorn::AclId(Vorn::ipv4PAcl, number, Acl::in), Acl::ip, name.c_str());
   std::uint32_t index = 0;
-  for (Vorn::IpRuleConfig const& rule : file.rules) {
-    acl->ipRuleByIdIs(Vorn::AceIndex(++index, 0, 0), rule);
+  for (Tools::ClassBenchFilter const& filter : filters) {
+    acl->ipRuleByIdIs(Vorn::AceIndex(++index, 0, 0), filter.rule);
   }
   mapName(*chip.aclKeyToAclId(), name, acl->aclId());
 }

@@ -16,7 +16,7 @@ using Acls = std::vector<Kro::Ptr<Vorn::VornAcl>>;
 /// A tree with a root configuration for each of up to four chips. File i goes to chip i modulo their number, as the ACL
 /// of `ipv4PAcl`, i and `in`, named by the file's base name; that name is mapped to the ACL's id (with "#i" behind it
 /// where an earlier file of the chip has it). Rules are numbered from 1. Each chip is told to load, and kicked once.
-/// What filters cannot hold is listed on standard error. Throws `RuleFileError` and `std::system_error`. At most 255
+/// What filters cannot hold is listed on standard error. Throws `Tools::BadData` and `std::system_error`. At most 255
 /// files.
 Tree loadTree(std::vector<std::string> const& files);
 

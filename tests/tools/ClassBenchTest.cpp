@@ -1,4 +1,4 @@
-#include "tools/demo/RuleFile.h"
+#include "tools/common/ClassBench.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@ std::string lineOf(std::string_view rest) {
   return line.append(rest);
 }
 
-TEST(RuleFile, readsEveryFieldAndPrintsTheCanonicalLine) {
+TEST(ClassBench, readsEveryFieldAndPrintsTheCanonicalLine) {
   struct {
     char const* line;
     char const* canonical;
@@ -37,23 +37,23 @@ TEST(RuleFile, readsEveryFieldAndPrintsTheCanonicalLine) {
     text.append(text.empty() ? "" : "\r\n\n").append(c.line);
   }
   for (char const* end : {"", "\n"}) {
-    auto const rules = Demo::readRules(text + end, "f").rules;
+    auto const rules = Tools::readClassBench(text + end, "f");
     ASSERT_EQ(rules.size(), std::size(cases));
     std::string canonical;
     for (std::uint32_t i = 0; i < rules.size(); ++i) {
-      Demo::appendCanonicalLine(canonical, i + 1, rules[i]);
+      Tools::appendCanonicalLine(canonical, i + 1, rules[i].rule);
       EXPECT_EQ(canonical, cases[i].canonical);
       canonical.clear();
-      IpFilter const& filter = rules[i].filter();
+      IpFilter const& filter = rules[i].rule.filter();
       EXPECT_EQ(filter.toStr().view(), cases[i].filter);
       EXPECT_EQ(std::pair(filter.matchProto(), filter.l4Rule()), cases[i].flags);
-      EXPECT_EQ(rules[i].action(), Acl::permit);
+      EXPECT_EQ(rules[i].rule.action(), Acl::permit);
     }
   }
-  EXPECT_TRUE(Demo::readRules("", "f").rules.empty());
+  EXPECT_TRUE(Tools::readClassBench("", "f").empty());
 }
 
-TEST(RuleFile, holdsWhatAFilterCanHoldOfTheFlags) {
+TEST(ClassBench, holdsWhatAFilterCanHoldOfTheFlags) {
   constexpr std::uint16_t any = IpFilter::icmpAll;
   char const* const nothing = "nothing matched of them";
   struct {
@@ -84,56 +84,62 @@ TEST(RuleFile, holdsWhatAFilterCanHoldOfTheFlags) {
     std::string const line = lineOf(c.proto + std::string("\t") + c.flags + "\t");
     SCOPED_TRACE(line);
     all += line + '\n' + line + '\n';
-    Demo::RuleFile const file = Demo::readRules(line, "f");
-    ASSERT_EQ(file.rules.size(), 1U);
-    IpFilter const& filter = file.rules[0].filter();
+    auto const filters = Tools::readClassBench(line, "f");
+    ASSERT_EQ(filters.size(), 1U);
+    IpFilter const& filter = filters[0].rule.filter();
     EXPECT_EQ(filter.tcpFlag().value(), c.tcpFlag);
     EXPECT_EQ(std::pair(filter.icmpType(), filter.icmpCode()), std::pair(c.icmpType, c.icmpCode));
     EXPECT_EQ(filter.l4Rule(), c.l4Rule);
     std::string const start = std::string("flags ") + c.flags + " of protocol " + c.proto + ": 1 filter loaded with ";
-    EXPECT_EQ(file.loosened.empty() ? "" : Demo::toText(file.loosened[0]),
+    EXPECT_EQ(filters[0].isExact, c.loosened.empty());
+    EXPECT_EQ(c.loosened.empty() ? "" : Tools::loosenedFilters(filters).at(0),
               c.loosened.empty() ? "" : start + c.loosened);
   }
-  auto const loosened = Demo::readRules(all + all, "f").loosened;
+  auto const loosened = Tools::loosenedFilters(Tools::readClassBench(all + all, "f"));
   ASSERT_EQ(loosened.size(), 8U) << "one for each combination, in the order of its first line";
-  EXPECT_EQ(Demo::toText(loosened[1]),
-            "flags 0x0000/0x0200 of protocol 0x06/0xFF: 4 filters loaded with " + std::string(nothing));
+  EXPECT_EQ(loosened[1], "flags 0x0000/0x0200 of protocol 0x06/0xFF: 4 filters loaded with " + std::string(nothing));
 }
 
-TEST(RuleFile, stopsAtTheFirstPlaceThatIsNotAsItMustBe) {
+TEST(ClassBench, stopsAtTheFirstPlaceThatIsNotAsItMustBe) {
   struct {
     char const* line;
     char const* error;
   } const cases[] = {
-      {" ", "1: expected \"@\" at the start of a filter"},
-      {"@", "2: expected a number of an IPv4 address, 0 to 255"},
-      {"@192.0.256.0/24\t", "8: expected a number of an IPv4 address, 0 to 255"},
-      {"@192.0.02.0/24\t", "8: expected a number of an IPv4 address, 0 to 255"},
-      {"@192.0.2/24\t", "9: expected \".\" within an IPv4 address"},
-      {"@192.0.2.0\t", "11: expected \"/\" and a prefix length"},
-      {"@192.0.2.0/33\t", "12: expected a prefix length, 0 to 32"},
-      {"@192.0.2.1/24\t", "2: expected a prefix without bits beyond its length"},
-      {"@192.0.2.0/24 \t", "14: expected a tab behind the source"},
-      {"@0.0.0.0/0\t0.0.0.0/0", "21: expected a tab behind the destination"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1: 2", "23: expected \" : \" between two ports"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 65536", "26: expected a port, 0 to 65535"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t2 : 1\t", "26: expected a port that is not below the first of its range"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2:", "27: expected a tab behind the source ports"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4", "33: expected a tab behind the destination ports"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x0g/0xFF\t", "34: expected a protocol or its mask, as 0x06"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06 0xFF\t", "38: expected \"/\" and a mask"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFE\t", "39: expected a protocol mask of 0x00 or 0xFF"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF ", "43: expected a tab behind the protocol"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t0x0200/0x200\t", "51: expected flags or their mask, as 0x1000"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t0x0200/0x02000\t", "57: expected a tab behind the flags"},
-      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t0x0200/0x0200\t\t", "58: expected the end of the line"},
+      {" ", "1: found \" \", expected \"@\" at the start of a filter"},
+      {"@", "2: found the end of the line, expected a number of an IPv4 address, 0 to 255"},
+      {"@192.0.256.0/24\t", "8: found \"256.0/24\", expected a number of an IPv4 address, 0 to 255"},
+      {"@192.0.02.0/24\t", "8: found \"02.0/24\", expected a number of an IPv4 address, 0 to 255"},
+      {"@192.0.2/24\t", "9: found \"/24\", expected \".\" within an IPv4 address"},
+      {"@192.0.2.0\t", "11: found \"\\x09\", expected \"/\" and a prefix length"},
+      {"@192.0.2.0/33\t", "12: found \"33\", expected a prefix length, 0 to 32"},
+      {"@192.0.2.1/24\t", "2: found \"192.0.2.1/24\", expected a prefix without bits beyond its length"},
+      {"@192.0.2.0/24 \t", "14: found \" \", expected a tab behind the source"},
+      {"@0.0.0.0/0\t0.0.0.0/0", "21: found the end of the line, expected a tab behind the destination"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1: 2", "23: found \":\", expected \" : \" between two ports"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 65536", "26: found \"65536\", expected a port, 0 to 65535"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t2 : 1\t", "26: found \"1\", expected a port that is not below the first of its range"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2:", "27: found \":\", expected a tab behind the source ports"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4",
+       "33: found the end of the line, expected a tab behind the destination ports"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x0g/0xFF\t",
+       "34: found \"0x0g/0xFF\", expected a protocol or its mask, as 0x06"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06 0xFF\t", "38: found \" \", expected \"/\" and a mask"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFE\t",
+       "39: found \"0xFE\", expected a protocol mask of 0x00 or 0xFF"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF ", "43: found \" \", expected a tab behind the protocol"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t0x0200/0x200\t",
+       "51: found \"0x200\", expected flags or their mask, as 0x1000"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t0x0200/0x02000\t",
+       "57: found \"0\", expected a tab behind the flags"},
+      {"@0.0.0.0/0\t0.0.0.0/0\t1 : 2\t3 : 4\t0x06/0xFF\t0x0200/0x0200\t\t",
+       "58: found \"\\x09\", expected the end of the line"},
   };
   std::string const good = lineOf("0x06/0xFF\t") + '\n';
   for (auto const& c : cases) {
     std::string error = "no error";
     try {
-      Demo::readRules(good + c.line + '\n' + good, "f");
-    } catch (Demo::RuleFileError const& thrown) {
+      Tools::readClassBench(good + c.line + '\n' + good, "f");
+    } catch (Tools::BadData const& thrown) {
       error = thrown.what();
     }
     EXPECT_EQ(error, std::string("f:2:") + c.error) << c.line;

@@ -1,0 +1,173 @@
+// Files of rules: what readers make of each form, shown by canonical lines, and what they refuse.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "tests/tools/Program.h"
+#include "tools/vornacl/rules/AccessList.h"
+#include "tools/vornacl/rules/Canonical.h"
+
+namespace {
+
+/// The canonical lines of a text, then a line for each rule that was left out; or the error that ended the reading.
+std::string linesOf(std::string const& text, bool skips = true) {
+  try {
+    Tools::Refusals refusals(skips);
+    Tools::Loader loader(true, refusals);
+    Tools::LoadedFile const& file = loader.add(Tools::readAccessLists(text, "f", refusals));
+    std::string lines;
+    for (std::uint32_t index = 1; Tools::LoadedRule const& rule : file.rules) {
+      std::string const whyNot = Tools::appendCanonicalLine(lines, index++, rule, file.form);
+      lines += whyNot.empty() ? "" : whyNot + '\n';
+    }
+    for (auto const& refusal : refusals.all()) {
+      lines.append(refusal.place.text()).append(": ").append(refusal.reason).append("\n");
+    }
+    return lines;
+  } catch (Tools::BadData const& error) {
+    return error.what();
+  }
+}
+
+TEST(AccessList, readsRulesOfEveryKind) {
+  struct {
+    char const* head;
+    char const* rule;
+    char const* lines;
+  } const cases[] = {
+      {"ip access-list n", "permit tcp any eq www 443 host 192.0.2.7 neq 20 22",
+       "1 n 10 permit 6 0.0.0.0/0 192.0.2.7/32 80-80,443-443 0-19,21-21,23-65535\n"},
+      {"ip access-list n", "deny udp 192.0.2.9 0.0.0.3 gt 1023 198.51.100.0/24 lt bootps log-input",
+       "1 n 10 deny 17 192.0.2.8/30 198.51.100.0/24 1024-65535 0-66 log\n"},
+      {"ipv4 access-list n", "7 permit ipv4 192.0.2.1 0.0.4.2 10.0.0.255 0.255.255.0",
+       "f:2: this takes more than 65536 exact rules\n"},
+      {"ip access-list n", "7 permit ip 192.0.2.1 0.0.4.2 any fragments",
+       "1 n 7 permit any 192.0.2.1&255.255.251.253 0.0.0.0/0 0-65535 0-65535 fragments\n"},
+      {"ip access-list n", "permit tcp any any range ftp-data ftp established dscp af41 log",
+       "1 n 10 permit 6 0.0.0.0/0 0.0.0.0/0 0-65535 20-21 established dscp=34 log\n"},
+      {"ip access-list n", "permit tcp any any urg match-all +syn",
+       "1 n 10 permit 6 0.0.0.0/0 0.0.0.0/0 0-65535 0-65535 tcpflags=syn+urg\n"},
+      {"ip access-list n", "permit tcp any any match-all +syn -ack",
+       "f:2: a filter has no place for TCP flags that must be clear, as ACK\n"},
+      {"ip access-list n", "permit icmp any any 3 13",
+       "1 n 10 permit 1 0.0.0.0/0 0.0.0.0/0 0-65535 0-65535 icmp=3/13\n"},
+      {"ip access-list n", "permit udp any any ttl eq 5", "a canonical line has no place for the time to live\n"},
+      {"ip access-list n", "permit udp any any ttl gt 5", "f:2:21: a filter has no place for \"ttl\"\n"},
+      {"ip access-list n", "permit ip any any nonsense",
+       "f:2:20: found \"nonsense\", expected an option or the end of the line\n"},
+      {"ip access-list standard n", "permit 192.0.2.1 log",
+       "1 n 10 permit any 192.0.2.1/32 0.0.0.0/0 0-65535 0-65535 log\n"},
+      {"ipv6 access-list n", "permit icmp 2001:db8::1/32 any nd-na sequence 5",
+       "1 v6:n 5 permit 58 2001:db8::/32 ::/0 0-65535 0-65535 icmp=136\n"},
+      {"mac access-list extended n", "permit 0000.5e00.5301 0000.0000.00ff host 00:00:5e:00:53:02 arp",
+       "1 mac:n 10 permit 0x0806 00:00:5e:00:53:00/ff:ff:ff:ff:ff:00 00:00:5e:00:53:02/ff:ff:ff:ff:ff:ff - -\n"},
+      {"mac access-list n", "deny any any 0x8100 0x0101",
+       "1 mac:n 10 deny 0x8000/0xfefe 00:00:00:00:00:00/00:00:00:00:00:00 00:00:00:00:00:00/00:00:00:00:00:00 - -\n"},
+  };
+  for (auto const& c : cases) {
+    EXPECT_EQ(linesOf(std::string(c.head) + "\n " + c.rule), c.lines) << c.rule;
+  }
+}
+
+TEST(AccessList, stopsAtTheFirstPlaceThatIsNotAsItMustBe) {
+  struct {
+    char const* rule;
+    char const* error;
+  } const cases[] = {
+      {"permit", "8: found the end of the line, expected a protocol, by its name or a number from 0 to 255"},
+      {"permit 256 any any", "9: found \"256\", expected a protocol, by its name or a number from 0 to 255"},
+      {"permit tpc any any", "9: found \"tpc\", expected a protocol, by its name or a number from 0 to 255"},
+      {"permit ip any", "15: found the end of the line, expected \"any\", \"host\" or an IPv4 address"},
+      {"permit ip any host 192.0.2", "21: found \"192.0.2\", expected an address"},
+      {"permit ip any 192.0.2.1", "25: found the end of the line, expected a wildcard, as 0.0.0.255"},
+      {"permit ip any 192.0.2.1 0.0.0.256", "26: found \"0.0.0.256\", expected a wildcard, as 0.0.0.255"},
+      {"permit ip any 192.0.2.0/33", "26: found \"33\", expected a prefix length, 0 to 32"},
+      {"permit ip any 2001:db8::/32", "16: found \"2001:db8::/32\", expected an IPv4 address"},
+      {"permit tcp any eq", "19: found the end of the line, expected a port, by its name or a number from 0 to 65535"},
+      {"permit tcp any eq 65536 any", "20: found \"65536\", expected a port, by its name or a number from 0 to 65535"},
+      {"permit udp any eq bgp any", "20: found \"bgp\", expected a port, by its name or a number from 0 to 65535"},
+      {"permit tcp any range 9 8 any", "25: found \"8\", expected a port that is not below the first of its range"},
+      {"permit tcp any gt 65535 any", "20: found \"65535\", expected a port below 65535"},
+      {"permit tcp any lt 0 any", "20: found \"0\", expected a port above 0"},
+      {"permit icmp any any 256", "22: found \"256\", expected an ICMP type, 0 to 255"},
+      {"permit icmp any any 3 256", "24: found \"256\", expected an ICMP code, 0 to 255"},
+      {"permit ip any any dscp 64", "25: found \"64\", expected a code point, by its name or a number from 0 to 63"},
+      {"permit ip any any ttl 256", "24: found \"256\", expected a time to live, 0 to 255"},
+      {"permit tcp any any match-all syn,ack", "31: found \"syn,ack\", expected a TCP flag, as +syn"},
+      {"4294967295 permit ip any any", "2: found \"4294967295\", expected a sequence number, 1 to 4294967294"},
+      {"4294967290 permit ip any any\n permit ip any any",
+       "9: found \"ip\", expected a sequence number, since the highest so far leaves no room for the next"},
+  };
+  for (auto const& c : cases) {
+    std::string const error = linesOf(std::string("ip access-list n\n ") + c.rule + '\n');
+    EXPECT_EQ(error.substr(error.find(':', 2) + 1), c.error) << c.rule;
+  }
+  EXPECT_EQ(linesOf("mac access-list n\n permit 0000.5e00.530 0000.0000.0000 any"),
+            "f:2:9: found \"0000.5e00.530\", expected \"any\", \"host\" or an Ethernet address, as 0000.5e00.5301");
+  EXPECT_EQ(linesOf("ipv6 access-list n\n permit ipv6 2001:db8::1 any"),
+            "f:2:14: found \"2001:db8::1\", expected \"any\", \"host\" or an IPv6 prefix");
+}
+
+TEST(AccessList, findsListsInConfigurationsAndNumbersTheirRules) {
+  EXPECT_EQ(linesOf("hostname r\n"
+                    "interface e0\n permit not a rule\n"
+                    "no ip access-list a\r\n"
+                    "ip access-list extended a\r\n"
+                    " remark permit ip any any\r\n"
+                    "\n"
+                    " 20 permit 1 any any\n"
+                    "! a comment\n"
+                    " 5 deny 2 any any\n"
+                    "permit 3 any any\n"
+                    "access-list 101 remark deny ip any any\n"
+                    "access-list 101 deny 4 any any\n"
+                    "access-list 700 permit 0000.5e00.5301\n"
+                    "ip access-list a\n"
+                    " permit 5 any any precedence 1\n"
+                    " permit 6 any any\n"
+                    " 5 permit 7 any any\n"
+                    " evaluate b\n"
+                    "access-list 200 permit 0x0000 0x0d0d\n"
+                    "no ip access-list a\n"),
+            "1 a 20 permit 1 0.0.0.0/0 0.0.0.0/0 0-65535 0-65535\n"
+            "2 a 5 deny 2 0.0.0.0/0 0.0.0.0/0 0-65535 0-65535\n"
+            "3 a 30 permit 3 0.0.0.0/0 0.0.0.0/0 0-65535 0-65535\n"
+            "4 101 10 deny 4 0.0.0.0/0 0.0.0.0/0 0-65535 0-65535\n"
+            "5 mac:700 10 permit any 00:00:5e:00:53:01/ff:ff:ff:ff:ff:ff 00:00:00:00:00:00/00:00:00:00:00:00 - -\n"
+            "6 a 50 permit 6 0.0.0.0/0 0.0.0.0/0 0-65535 0-65535\n"
+            "f:16:19: a filter has no place for \"precedence\"\n"
+            "f:18:11: line 10 has the number 5 already\n"
+            "f:19:2: found \"evaluate\", expected \"permit\", \"deny\" or \"remark\"\n"
+            "f:20:13: found \"200\", expected the number of an IPv4 or MAC access-list\n"
+            "f:21:4: this takes away a list that stands above\n");
+  EXPECT_EQ(linesOf("ip access-list a\nhostname r\npermit ip any any\n"),
+            "f:3:1: found \"permit\", expected the name of an access-list before its rules");
+  EXPECT_EQ(linesOf("ip access-list a\n permit tcp any any tos 1\n", false),
+            "f:2:21: a filter has no place for \"tos\"");
+}
+
+/// Another reader's lines of the same files have the same digests.
+TEST(Load, printsTheLinesThatAreExpected) {
+  char const* const data = std::getenv("VORNACL_DATA");
+  std::filesystem::path const folder = std::filesystem::path(data != nullptr ? data : "") / "acl";
+  std::ifstream expected(folder / "expected.tsv");
+  if (data == nullptr || !expected) {
+    GTEST_SKIP() << "no rule sets";
+  }
+  std::size_t files = 0;
+  std::string file, form, count, notExpressed, digest;
+  for (std::getline(expected, file); expected >> file >> form >> count >> count >> notExpressed >> count >> digest;) {
+    if (form != "iptables") {
+      ++files;
+      std::string const skip = notExpressed != "0" ? " --skip " : " ";
+      EXPECT_EQ(runProgram("vornacl", "load --print" + skip + (folder / file).string() + " | sha256sum").output,
+                digest + "  -\n")
+          << file;
+    }
+  }
+  EXPECT_EQ(files, 23U);
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+// The program vornacl: how each verb ends, and what it says.
+#include <unistd.h>
+
+#include <fstream>
+
+#include <gmock/gmock.h>
+
+#include "tests/tools/Program.h"
+
+namespace {
+
+/// A folder with files to give to verbs, where programs run.
+class VornaclTest : public testing::Test {
+ protected:
+  VornaclTest() {
+    std::filesystem::current_path(folder_.path());
+    write("empty", "");
+    write("binary", std::string("ip access-list a\n\0\n", 19));
+    write("prose", "no rules here\n");
+    write("list", "ip access-list a\n permit tcp any any eq 80\n deny ip any any\n");
+    write("broken", "ip access-list a\n permit tcp any any eq 65536\n");
+    write("two", "ip access-list a\n permit tcp any any neq 80\n");
+    write("tos", "ip access-list a\n permit ip any any\n permit ip any any tos 1\n");
+    write("flags", "@0.0.0.0/0\t0.0.0.0/0\t0 : 65535\t0 : 65535\t0x06/0xFF\t0x0200/0x1200\t\n");
+    write("secret", "");
+    std::filesystem::permissions("secret", std::filesystem::perms::none);
+    std::filesystem::create_directory("folder");
+  }
+  ~VornaclTest() override { std::filesystem::current_path(before_); }
+
+  static void write(char const* name, std::string const& text) { std::ofstream(name) << text; }
+
+ private:
+  std::filesystem::path const before_ = std::filesystem::current_path();
+  Demo::TemporaryFolder folder_;
+};
+
+TEST_F(VornaclTest, endsAsDocumentedAndSaysWhy) {
+  std::string const acl = " vornacl/chipRootConfig[0]/vornAclColl/acl[ipv4PAcl:0:in] ip ";
+  struct {
+    char const* arguments;
+    int status;
+    std::string output;
+    std::string messages;  ///< begin so
+  } const cases[] = {
+      {"", 2, "", "vornacl: which verb?\n"},
+      {"unknown", 2, "", "vornacl: The following argument was not expected: unknown\n"},
+      {"load", 2, "", "vornacl: FILE is required\n"},
+      {"load --form novel list", 2, "", "vornacl: --form: "},
+      {"load --print --json list", 2, "", "vornacl: --print excludes --json\n"},
+      {"--color blue load list", 2, "", "vornacl: --color: "},
+      {"load missing", 6, "", "vornacl: missing: cannot be opened: No such file or directory\n"},
+      {"load folder", 4, "", "vornacl: folder: this is a folder\n"},
+      {"load empty", 4, "", "vornacl: empty: this is empty\n"},
+      {"load binary", 4, "", "vornacl: binary:2:1: found a NUL byte, expected a text\n"},
+      {"load prose", 4, "", "vornacl: prose: no form of rules begins so; --form names one\n"},
+      {"load --form classbench list", 4, "",
+       "vornacl: list:1:1: found \"ip\", expected \"@\" at the start of a filter\n"},
+      {"load --form classbench empty", 0, "empty" + acl + "empty: 0 rules\n", ""},
+      {"load --skip broken", 4, "", "vornacl: broken:2:24: found \"65536\", expected a port, "},
+      {"load tos", 4, "", "vornacl: tos:3:20: a filter has no place for \"tos\"\n"},
+      {"load --skip tos", 0, "tos" + acl + "a: 1 rules\n",
+       "vornacl: tos:3:20: left out: a filter has no place for \"tos\"\nvornacl: 1 rule left out\n"},
+      {"load two", 4, "", "vornacl: two:2: this takes 2 exact rules (--expand)\n"},
+      {"load --json --expand two", 0,
+       "{\"version\":1,\"event\":\"acl\",\"file\":\"two\",\"form\":\"accesslist\",\"path\":"
+       "\"vornacl/chipRootConfig[0]/vornAclColl/acl[ipv4PAcl:0:in]\",\"type\":\"ip\",\"name\":\"a\",\"rules\":2}\n",
+       ""},
+      {"load flags", 4, "", "vornacl: flags:1: a filter has no place for TCP flags that must be clear, as ACK\n"},
+      {"load --loosen flags", 0, "flags" + acl + "flags: 1 rules\n",
+       "vornacl: flags: flags 0x0200/0x1200 of protocol 0x06/0xFF: 1 filter loaded with SYN set\n"},
+      {"load --print - <list", 0,
+       "1 a 10 permit 6 0.0.0.0/0 0.0.0.0/0 0-65535 80-80\n2 a 20 deny any 0.0.0.0/0 0.0.0.0/0 0-65535 0-65535\n", ""},
+      {"load list >/dev/full", 7, "", "vornacl: cannot write the results: No space left on device\n"},
+      {"--help >/dev/full", 7, "", "vornacl: cannot write the results: No space left on device\n"},
+  };
+  for (auto const& c : cases) {
+    ProgramResult const result = runProgram("vornacl", c.arguments);
+    EXPECT_EQ(result.status, c.status) << c.arguments << "\n" << result.messages;
+    EXPECT_EQ(result.output, c.output) << c.arguments;
+    EXPECT_THAT(result.messages, testing::StartsWith(c.messages)) << c.arguments;
+    EXPECT_EQ(result.messages.empty(), c.messages.empty()) << c.arguments;
+  }
+  if (geteuid() != 0) {
+    EXPECT_EQ(runProgram("vornacl", "load secret").status, 4);
+  }
+}
+
+TEST_F(VornaclTest, doesNotEndWellWhereNobodyReads) {
+  std::string many = "ip access-list a\n";
+  for (int i = 0; i < 3000; ++i) {
+    many += " permit ip any any\n";
+  }
+  write("many", many);  // more than a pipe takes
+  runProgram("vornacl", "load --print many; echo $? >status) | (true");
+  EXPECT_EQ(Tools::readFile("status"), "7\n");
+}
+
+}  // namespace

@@ -1,0 +1,79 @@
+#include "tools/vornacl/rules/Loader.h"
+
+#include <fmt/format.h>
+
+namespace Tools {
+
+namespace {
+
+Vorn::TableType tableOf(Acl::AclType type) {
+  switch (type) {
+    case Acl::ipv6:
+      return Vorn::ipv6PAcl;
+    case Acl::mac:
+      return Vorn::macAcl;
+    case Acl::ip:
+      break;
+  }
+  return Vorn::ipv4PAcl;
+}
+
+void store(Vorn::VornAcl& acl, Vorn::AceIndex const& at, Vorn::IpRuleConfig const& rule) { acl.ipRuleByIdIs(at, rule); }
+void store(Vorn::VornAcl& acl, Vorn::AceIndex const& at, Vorn::MacRuleConfig const& rule) {
+  acl.macRuleByIdIs(at, rule);
+}
+
+}  // namespace
+
+Loader::Loader(bool expands, Refusals& refusals)
+    : expands_(expands), refusals_(refusals), tree_(Vorn::rootConfigCollFactory("vornacl")) {}
+
+LoadedFile const& Loader::add(RuleSet const& set) {
+  LoadedFile file{set.file, set.form, {}, {}};
+  newChip();
+  for (List const& list : set.lists) {
+    file.acls.push_back(newAcl(list));
+  }
+  for (ListedRule const& rule : set.rules) {
+    add(rule, file);
+  }
+  return files_.emplace_back(std::move(file));
+}
+
+Vorn::RootConfig& Loader::newChip() {
+  auto const number = static_cast<std::uint16_t>(tree_->chipRootConfigSize());
+  chip_ = tree_->chipRootConfigIs(number, Vorn::ChipId(number));
+  chip_->initialize();
+  lists_.clear();
+  return *chip_;
+}
+
+Kro::Ptr<Vorn::VornAcl> Loader::newAcl(List const& list) {
+  if (lists_[list.type] == Vorn::ChipRuleListId::invalid) {
+    newChip();
+  }
+  Vorn::AclId const id(tableOf(list.type), lists_[list.type]++, Acl::in);
+  chip_->aclKeyToAclId()->keyToIdIs(Zil::AclKey(list.type, list.name.c_str()), id);
+  return chip_->vornAclColl()->aclIs(id, list.type, list.name.c_str());
+}
+
+void Loader::add(ListedRule const& rule, LoadedFile& file) {
+  Place const place{file.name, rule.line, 0};
+  auto const exact = [&](auto const& of) {
+    auto rules = exactRules(of);
+    if (rules.rules.size() > 1 && !expands_) {
+      rules = {{}, fmt::format("this takes {} exact rules (--expand)", rules.rules.size())};
+    }
+    if (!rules.whyNot.empty()) {
+      return refusals_.add(place, rules.whyNot);
+    }
+    std::uint32_t next = rule.position.subRuleId();
+    for (auto const& config : rules.rules) {
+      store(*file.acls[rule.list], {rule.position.ruleId(), next++, rule.position.subIndex()}, config);
+    }
+    file.rules.push_back({file.acls[rule.list], rule.position, place});
+  };
+  std::visit(exact, rule.rule);
+}
+
+}  // namespace Tools

@@ -1,0 +1,56 @@
+// Puts the rules of files into a tree of the model.
+#pragma once
+
+#include <map>
+#include <vector>
+
+#include "VornRootConfig/RootConfigColl.h"
+#include "tools/vornacl/rules/Refusals.h"
+#include "tools/vornacl/rules/Rule.h"
+
+namespace Tools {
+
+using Tree = Kro::Ptr<Vorn::RootConfigColl>;
+
+/// Where a rule of a file stands in the tree: all positions of an ACL that have its number, or the one position.
+struct LoadedRule {
+  Kro::Ptr<Vorn::VornAcl> acl;
+  Vorn::AceIndex position;
+  Place place;
+};
+
+/// What was loaded of one file, in its order.
+struct LoadedFile {
+  std::string name;
+  Form form = Form::classBench;
+  std::vector<Kro::Ptr<Vorn::VornAcl>> acls;  ///< by list
+  std::vector<LoadedRule> rules;
+};
+
+/// Fills a tree. Each file gets a chip of its own, and further ones where it has more lists than a chip holds; each
+/// list becomes an ACL, numbered from 0 by its kind, whose name is mapped to its id. A rule that takes several exact
+/// ones has them under its number, at `subRuleId` 0, 1 and so on.
+class Loader {
+ public:
+  /// `expands`: take rules that need several exact ones; they are refused otherwise.
+  Loader(bool expands, Refusals& refusals);
+
+  LoadedFile const& add(RuleSet const& set);
+
+  Tree const& tree() const { return tree_; }
+  std::vector<LoadedFile> const& files() const { return files_; }
+
+ private:
+  Vorn::RootConfig& newChip();
+  Kro::Ptr<Vorn::VornAcl> newAcl(List const& list);
+  void add(ListedRule const& rule, LoadedFile& file);
+
+  bool expands_;
+  Refusals& refusals_;
+  Tree tree_;
+  Kro::Ptr<Vorn::RootConfig> chip_;
+  std::map<Acl::AclType, std::uint8_t> lists_;  ///< of the chip, by their kind
+  std::vector<LoadedFile> files_;
+};
+
+}  // namespace Tools

@@ -1,0 +1,82 @@
+// load: reads rules, and tells what was loaded or prints it.
+#include <nlohmann/json.hpp>
+
+#include "tools/vornacl/Verbs.h"
+#include "tools/vornacl/rules/Canonical.h"
+#include "tools/vornacl/rules/Loader.h"
+#include "tools/vornacl/verbs/FileOptions.h"
+
+namespace Tools {
+
+namespace {
+
+struct LoadOptions : FileOptions {
+  std::vector<std::string> files;
+  bool expands = false;
+  bool prints = false;
+  bool isJson = false;
+};
+
+/// Prints the canonical lines of a file. Rules that these have no place for are refused.
+void printLines(LoadedFile const& file, Refusals& refusals, Output& output) {
+  std::uint32_t index = 0;
+  for (LoadedRule const& rule : file.rules) {
+    std::uint32_t const number = file.form == Form::classBench ? rule.position.ruleId() : index + 1;
+    std::string const whyNot = appendCanonicalLine(output.text(), number, rule, file.form);
+    if (whyNot.empty()) {
+      ++index;
+      output.lineDone();
+    } else {
+      refusals.add(rule.place, whyNot);
+    }
+  }
+}
+
+void tell(LoadedFile const& file, bool isJson, Output& output) {
+  for (auto const& acl : file.acls) {
+    std::uint32_t const rules = acl->ipRuleByIdSize() + acl->macRuleByIdSize();
+    std::string const path(acl->fullName().view());
+    if (isJson) {
+      output.json({{"event", "acl"},
+                   {"file", file.name},
+                   {"form", nameOf(file.form)},
+                   {"path", path},
+                   {"type", stringValue(acl->aclType()).view()},
+                   {"name", acl->cliName().view()},
+                   {"rules", rules}});
+    } else {
+      output.line("{} {} {} {}: {} rules", file.name, path, stringValue(acl->aclType()).view(), acl->cliName().view(),
+                  rules);
+    }
+  }
+}
+
+Exit load(LoadOptions options, Output& output) {
+  options.read.loosens |= options.prints;  // flags are no part of the lines
+  Refusals refusals(options.skips);
+  Loader loader(options.expands || options.prints, refusals);
+  for (std::string const& file : options.files) {
+    LoadedFile const& loaded = loader.add(options.readFile(file, refusals));
+    if (options.prints) {
+      printLines(loaded, refusals, output);
+    } else {
+      tell(loaded, options.isJson, output);
+    }
+  }
+  options.tell(refusals);
+  return Exit::done;
+}
+
+}  // namespace
+
+Run declareLoad(CLI::App& app) {
+  auto const options = std::make_shared<LoadOptions>();
+  app.add_option("FILE", options->files, "Files of rules, \"-\" is standard input")->required();
+  options->declare(app);
+  app.add_flag("--expand", options->expands, "Write a rule as several exact ones under its number where it takes that");
+  auto* const print = app.add_flag("--print", options->prints, "Print each rule as its canonical line, nothing else");
+  app.add_flag("--json", options->isJson, "Tell each ACL as an object on a line")->excludes(print);
+  return [options](Output& output) { return load(*options, output); };
+}
+
+}  // namespace Tools
