@@ -105,6 +105,9 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   /// This end gave the entity its id and alone sends whole transfers of it.
   bool isAnnouncer() const;
 
+  /// Whether the peer has not applied all of this end's messages about this entity.
+  bool peerIsBehind() const;
+
   String8 name() const override;
   bool isRegistered() const { return demuxer_ != nullptr; }
   /// The flow-out announced a child and goes on when that child's is done.
@@ -150,6 +153,9 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   /// Lets the read-only error pass to the caller of the mutator; any other failure closes the connection.
   void onNotificationException(AttributeId id) override;
 
+  /// Whether the flow-out may run now; otherwise what waits goes on waiting.
+  bool mayFlowOut() const { return is(attachedBit) && !is(applyingBit | heldBit | mutedBit) && !isSweeping_; }
+
   /// Takes the adapter, and those of everything below, off the stream: the id is spent, nothing is written any more.
   void retire();
   /// Gives the adapter an id, registers it and lets it write.
@@ -157,14 +163,15 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
 
   void onZeroReferences() override {}
 
-  // For the scheduler of the stream: the flow-out waits since `since`, was marked last at `lastMark`, and `below`
-  // descendants wait.
+  /// What the queue of the stream knows of an adapter.
   struct Waiting {
     KroNboAttrLogSa* before = nullptr;
     KroNboAttrLogSa* behind = nullptr;
-    std::uint64_t since = 0;  ///< 0: does not wait
+    std::uint64_t since = 0;  ///< when the flow-out began to wait; 0: it does not
     std::uint64_t lastMark = 0;
-    std::uint32_t below = 0;
+    std::uint32_t below = 0;  ///< adapters below this one that wait
+    std::uint32_t older = 0;  ///< those of them that began before the last mark
+    bool inLine = false;
   };
   Waiting& waiting() { return waiting_; }
   Waiting const& waiting() const { return waiting_; }
@@ -185,6 +192,8 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   /// True for exactly the removal that a sweep is making.
   bool handlingFlowInFor(AttributeId id);
   void sweepingIs(AttributeId id) { sweeping_ = id; }
+  /// A sweep begins or has ended.
+  void isSweepingIs(bool sweeps) { isSweeping_ = sweeps; }
 
   /// Puts the adapter into the queue of its stream.
   void queueFlowOut();
@@ -192,8 +201,6 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   /// A message is about to be written, and was.
   void beforeMessage();
   void afterMessage();
-  /// This end's messages about this entity that the peer has not applied.
-  bool peerIsBehind() const;
   /// The child's flow-out goes first.
   void yieldToChild() { yielding_ = true; }
   void flowOutStored(Ptr<NboAttrLog::FlowOut> flowOut) { flowOut_ = std::move(flowOut); }
@@ -214,7 +221,7 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   };
 
  private:
-  friend class NboAttrLog::Demuxer;
+  std::uint32_t waitingBelow(std::uint64_t before) const;
 
   Ptr<Entity> entity_;
   EntityId entityId_;
@@ -223,10 +230,12 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   KroNboAttrLogSa* parent_;
   KroNboAttrLogSa* firstChild_ = nullptr;
   KroNboAttrLogSa* nextSibling_ = nullptr;
+  KroNboAttrLogSa* previousSibling_ = nullptr;
   KroNboAttrLogSa* nextOfEntity_ = nullptr;
   Ptr<NboAttrLog::FlowOut> flowOut_;
   SyncMode syncMode_ = syncModeOff;
-  AttributeId sweeping_ = 0;
+  AttributeId sweeping_ = 0;  ///< whose entry the sweep is removing
+  bool isSweeping_ = false;
   bool yielding_ = false;
   std::uint64_t lastSent_ = 0;  ///< number of the last message about this entity
   std::uint64_t announcedAt_ = 0;

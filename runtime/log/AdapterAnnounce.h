@@ -38,7 +38,7 @@ Ptr<Entity::KroNboAttrLogSa> AdapterOf<X>::announce(D const& d, std::uint32_t fl
   adapter->stateIs(announcedBit, true);
   adapter->announcedAtIs(streamDemuxer()->sent());
   if (isNew) {
-    streamDemuxer()->queue(*adapter);
+    streamDemuxer()->queue().mark(*adapter);
     yieldToChild();
   }
   streamDemuxer()->announced(child);
@@ -117,13 +117,10 @@ void AdapterOf<X>::targetAnnounced(Entity const& target) {
       // entity of the peer's is no news to it.
       auto const& keys = flow().template keys<D>();
       bool const isNews = isAnnouncer() || (keys.isConfirmed && childAdapter(d, *typed)->isAnnouncer());
-      for (auto const& entry : entity().*(d.field)) {
-        if (entry.referenced().get() != typed) {
-          continue;
-        }
-        if (auto const key = detail::keyOf<D>(entry); isNews || keys.exempt.count(key) != 0) {
-          markKey(d, key, false);
-        }
+      auto const key = D::Record::KroHashLink::keyOfReferenced(*typed);
+      auto const* const entry = (entity().*(d.field)).find(key);
+      if (entry != nullptr && entry->referenced().get() == typed && (isNews || keys.exempt.count(key) != 0)) {
+        markKey(d, key, false);
       }
     }
   });

@@ -34,7 +34,7 @@ void AdapterOf<X>::startApplying(In& in, bool counts) {
 
 template <class X>
 bool AdapterOf<X>::knowsAttribute(AttributeId id) const {
-  AttributeId const own = id < 0 ? -id : id;
+  AttributeId const own = attributeOf(id);
   bool known = id == syncModeAttributeId || own == attributeListId;
   forEachEntityAttribute<X>([&](auto const& d) {
     using D = std::remove_cvref_t<decltype(d)>;
@@ -70,8 +70,8 @@ void AdapterOf<X>::handleAttrDeserialization(AttributeId id, DeserializationOpti
   } const applying(*this);
   AttributeId const resolved = resolveList(id, *in);
   if (is(readOnlyRemoteBit) && !readOnlyRemoteOk(resolved) && !convertedToWritable(false)) {
-    throwInternalException("write-update from readonly proxy: " + rawEntity().fullName() +
-                           " peerName: " + nboAttrLogOut()->peerName());
+    throw AttrLogEntityException("write-update from readonly proxy: " + rawEntity().fullName() +
+                                 " peerName: " + nboAttrLogOut()->peerName());
   }
   dispatchMessage(resolved, *in, false);
 }

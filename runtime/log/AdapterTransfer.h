@@ -104,6 +104,7 @@ void AdapterOf<X>::sweep(D const& d) {
   Ptr<KroNboAttrLogSa> const held = share<KroNboAttrLogSa>(this);
   X& swept = entity();
   detail::HeldBack thrown;
+  isSweepingIs(true);
   using Iterator = typename D::MapType::Iterator;
   for (Iterator at = marked_ == D::id ? Iterator(swept.*(d.field)) : Iterator(); at && isRegistered(); at.advance()) {
     if (at->kroMarkedForDeletion()) {
@@ -112,6 +113,7 @@ void AdapterOf<X>::sweep(D const& d) {
       sweepingIs(0);
     }
   }
+  isSweepingIs(false);
   if (isRegistered()) {
     streamDemuxer()->flowInDel(entityId());
   }

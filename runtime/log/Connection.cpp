@@ -38,6 +38,7 @@ Connection::Connection(Role role, Limits const& limits)
   in_->maxStringIs(limits.stringBytes);
   in_->resolverIs(&demuxer_);
   out_->reverseLogIs(in_);
+  writePreface();  // at once: nothing may come before it, whoever writes first
 }
 
 Connection::~Connection() {
@@ -62,9 +63,8 @@ void Connection::rootIs(Ptr<Entity> const& root, Access access) {
   Ptr<Sa> const adapter = root->kroNboAttrLogSaIs(Entity::Kro_BitSet(flags), flags, out_, nullptr);
   adapter->flowOutIs(firstEntityAttributeId);
   roots_.push_back(adapter);
-  demuxer_.queue(*adapter);
+  demuxer_.queue().mark(*adapter);
   if (out_->hasSufficientBuffer()) {
-    writePreface();
     try {
       demuxer_.announceRoot(*adapter);
     } catch (...) {
@@ -75,9 +75,13 @@ void Connection::rootIs(Ptr<Entity> const& root, Access access) {
 }
 
 bool Connection::rootDel(Ptr<Entity> const& root) {
-  Ptr<Sa> const adapter = root ? root->kroNboAttrLogSaDel(Ptr<Out const>(out_)) : nullptr;
+  Ptr<Sa> const adapter = root ? root->kroNboAttrLogSa(Ptr<Out const>(out_)) : nullptr;
+  if (!adapter || adapter->parentAdapter() != nullptr) {
+    return false;
+  }
+  adapter->retire();
   std::erase(roots_, adapter);
-  return static_cast<bool>(adapter);
+  return true;
 }
 
 void Connection::rootOffer(Ptr<Entity> const& root) {
@@ -90,9 +94,6 @@ void Connection::rootOffer(Ptr<Entity> const& root) {
 // --- output ---
 
 void Connection::writePreface() {
-  if (std::exchange(prefaceSent_, true)) {
-    return;
-  }
   std::uint8_t* to = out_->room(prefaceSize);
   std::memcpy(to, magic, sizeof magic);
   to = storeBigEndian(to + sizeof magic, protocolVersion);
@@ -120,7 +121,6 @@ std::span<std::uint8_t const> Connection::pending() {
     return {};
   }
   try {
-    writePreface();
     completeDue_ = completeDue_ || !demuxer_.isQueueEmpty();
     demuxer_.pump();
     if (demuxer_.isQueueEmpty() && out_->hasSufficientBuffer()) {
@@ -151,7 +151,6 @@ void Connection::receive(std::span<std::uint8_t const> bytes) {
     return;
   }
   Ptr<Connection> const held = share(this);
-  writePreface();  // an observer may write before anybody asked for bytes
   {
     Within const receiving(receiving_);
     try {
@@ -325,7 +324,7 @@ Ptr<Sa> Connection::addressee(WireHeader const& wire, std::span<std::uint8_t con
   Ptr<Sa> adapter = share(demuxer_.reactor(id));
   if (!adapter) {
     if (!demuxer_.wasGiven(id)) {
-      throw AttrLogEntityException(format("entity id %lld was never given", static_cast<long long>(id.value)));
+      throw AttrLogEntityException("entity id " + valueToStrep(id.value) + " was never given");
     }
     skip(wire, payload);
   }
@@ -415,7 +414,7 @@ void Connection::skip(WireHeader const& wire, std::span<std::uint8_t const> payl
 String8 Connection::placeOf(WireHeader const& wire) const {
   String8 place = "received byte " + valueToStrep(offset_) + ": ";
   if (Sa* const adapter = demuxer_.reactor(wire.header.entityId)) {
-    AttributeId const id = wire.header.attributeId < 0 ? -wire.header.attributeId : wire.header.attributeId;
+    AttributeId const id = attributeOf(wire.header.attributeId);
     place += "entity " + adapter->rawEntity().fullName() + ", attribute ";
     String8 const name = adapter->rawEntity().attributeString(id);
     place += (name.empty() ? valueToStrep(id) : name) + ", byte " + valueToStrep(in_->offset()) + " of the message: ";

@@ -34,7 +34,8 @@ class VORNACL_API Connection final : public PtrInterface {
   /// Throws `RangeException` for a null entity, `InternalException` for one that is attached already or on a lost
   /// connection.
   void rootIs(Ptr<Entity> const& root, Access access = Access::readWrite);
-  /// Stops sending a tree; the peer is not told. Returns whether it was attached.
+  /// Ends the attachment of a tree that is sent from here or has arrived; the peer is not told. Returns whether it was
+  /// attached as a root: nothing is done to what only lies below one.
   bool rootDel(Ptr<Entity> const& root);
   /// Offers an entity to be bound: a root that arrives with its type and constructor parameters becomes this very
   /// entity instead of a new one. Its members are compared with what arrives; what the peer does not have is removed at
@@ -121,7 +122,6 @@ class VORNACL_API Connection final : public PtrInterface {
   State toldState_ = State::opening;
   bool wasInSync_ = false;
   bool receiving_ = false;
-  bool prefaceSent_ = false;
   bool completeDue_ = true;
   String8 lastError_;
 };

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "runtime/value/Codec.h"
+
 namespace Kro::NboAttrLog {
 
 EntityResolver::~EntityResolver() = default;
@@ -55,8 +57,7 @@ Ptr<Demuxer::Sa> Demuxer::reactorDel(EntityId id) {
 }
 
 Ptr<Demuxer::Sa> Demuxer::unregister(Sa& adapter) {
-  leavePlaceToParent(adapter);
-  unqueue(adapter);
+  queue_.leavePlaceToParent(adapter);
   std::erase(referenceHolders_, &adapter);
   tellReferenceHolders(adapter);
   flowInDel(adapter.entityId());
@@ -91,8 +92,9 @@ bool Demuxer::wasGiven(EntityId id) const { return id.value >= 2 && id.value <= 
 
 void Demuxer::idSpent(EntityId id) {
   if (!isNewOfPeer(id)) {
-    throw AttrLogEntityException(format("entity id %lld: expected a new id of the peer, above %lld",
-                                        static_cast<long long>(id.value), static_cast<long long>(lastOfPeer_)));
+    throw AttrLogEntityException("entity id " + valueToStrep(id.value) + ": expected a new id of the peer, above " +
+                                 valueToStrep(lastOfPeer_) +
+                                 (id.value > UINT64_MAX - 2 ? " and not the last one" : ""));
   }
   lastOfPeer_ = id.value;
 }
@@ -122,87 +124,6 @@ bool Demuxer::checkEphemeralEntityDeletion(Entity* entity, EntityId const& id, b
 
 // --- the queue of flow-outs ---
 
-void Demuxer::countBelow(Sa& adapter, bool more) {
-  for (Sa* above = adapter.parentAdapter(); above != nullptr; above = above->parentAdapter()) {
-    above->waiting().below += more ? 1U : -1U;
-  }
-}
-
-void Demuxer::queue(Sa& adapter) {
-  Sa::Waiting& w = adapter.waiting();
-  w.lastMark = ++clock_;
-  if (w.since == 0) {
-    insert(adapter, nullptr, clock_);
-  }
-}
-
-/// Links an adapter that does not wait into the queue in front of another one, or at its end.
-void Demuxer::insert(Sa& adapter, Sa* behind, std::uint64_t since) {
-  Sa::Waiting& w = adapter.waiting();
-  w.since = since;
-  w.behind = behind;
-  w.before = behind != nullptr ? behind->waiting().before : last_;
-  (w.before != nullptr ? w.before->waiting().behind : first_) = &adapter;
-  (behind != nullptr ? behind->waiting().before : last_) = &adapter;
-  countBelow(adapter, true);
-}
-
-/// What waits in an adapter that is taken off the stream goes with it, and its removal takes the place in the queue:
-/// nothing of the entities above it may overtake that.
-void Demuxer::leavePlaceToParent(Sa& adapter) {
-  Sa* const parent = adapter.parentAdapter();
-  if (adapter.waiting().since == 0 || parent == nullptr) {
-    return;
-  }
-  if (std::uint64_t const since = parent->waiting().since; since == 0 || since > adapter.waiting().since) {
-    unqueue(*parent);
-    insert(*parent, &adapter, adapter.waiting().since);
-  }
-}
-
-void Demuxer::unqueue(Sa& adapter) {
-  Sa::Waiting& w = adapter.waiting();
-  if (w.since == 0) {
-    return;
-  }
-  (w.before != nullptr ? w.before->waiting().behind : first_) = w.behind;
-  (w.behind != nullptr ? w.behind->waiting().before : last_) = w.before;
-  w.before = w.behind = nullptr;
-  w.since = 0;
-  countBelow(adapter, false);
-}
-
-bool Demuxer::isRunnable(Sa const& adapter) const {
-  if (adapter.is(Sa::applyingBit | Sa::heldBit | Sa::mutedBit)) {
-    return false;
-  }
-  if (FlowIn const* const transfer = const_cast<Demuxer*>(this)->flowIn(adapter.entityId());
-      transfer != nullptr && transfer->handlingTransaction()) {
-    return false;
-  }
-  if (adapter.waiting().below == 0) {
-    return true;
-  }
-  // Older changes below it go first: the queue is in the order in which its adapters began to wait.
-  for (Sa* at = first_; at != nullptr && at->waiting().since < adapter.waiting().lastMark; at = at->waiting().behind) {
-    for (Sa const* above = at->parentAdapter(); above != nullptr; above = above->parentAdapter()) {
-      if (above == &adapter) {
-        return false;
-      }
-    }
-  }
-  return true;
-}
-
-Demuxer::Sa* Demuxer::nextRunnable() const {
-  for (Sa* at = first_; at != nullptr; at = at->waiting().behind) {
-    if (isRunnable(*at)) {
-      return at;
-    }
-  }
-  return nullptr;
-}
-
 void Demuxer::announceRoot(Sa& adapter) {
   adapter.doAssignEntityId();
   adapter.doSerializeOrphan();
@@ -210,7 +131,7 @@ void Demuxer::announceRoot(Sa& adapter) {
 
 void Demuxer::pump() {
   while (!failed_ && out_->hasSufficientBuffer()) {
-    Sa* const adapter = nextRunnable();
+    Sa* const adapter = queue_.next();
     if (adapter == nullptr) {
       return;
     }
@@ -222,12 +143,12 @@ void Demuxer::pump() {
     // Always from the first attribute: what became dirty before the one at which it stopped may be older.
     if (adapter->handleAttrFlowOut(0) != 0 || adapter->isYielding()) {
       // What it announced began to wait before; it is not done before that is, even with nothing left to write.
-      adapter->waiting().lastMark = ++clock_;
+      queue_.letBelowGoFirst(*adapter);
       if (sent_ == before && out_->hasSufficientBuffer() && adapter->waiting().below == 0) {
         return;  // no memory for a message: later, perhaps
       }
     } else if (adapter->flowOut() == nullptr || !adapter->flowOut()->hasDirtyAttributes()) {
-      unqueue(*adapter);
+      queue_.remove(*adapter);
     } else if (sent_ == before) {
       throwInternalException("a flow-out writes nothing and stays dirty: " + adapter->rawEntity().fullName());
     }

@@ -5,8 +5,6 @@
 //  1. An id is given once. This end's ids have its parity, the peer's the other one; both only grow.
 //  2. A registered adapter is alive, has this demultiplexer and an id under which it is found here. One that was
 //     registered and is no more is retired: its id stays spent.
-//  3. `waiting().below` of an adapter counts the waiting adapters below it.
-//  4. The queue holds the waiting adapters in the order in which they began to wait.
 #pragma once
 
 #include <functional>
@@ -16,6 +14,7 @@
 
 #include "runtime/entity/StreamAdapter.h"
 #include "runtime/log/FlowIn.h"
+#include "runtime/log/Queue.h"
 
 namespace Kro::NboAttrLog {
 
@@ -78,10 +77,13 @@ class VORNACL_API Demuxer final : public EntityResolver {
   bool isOwn(EntityId id) const { return (id.value & 1U) == (opener_ ? 1U : 0U); }
   /// Whether the id was ever given by either end.
   bool wasGiven(EntityId id) const;
-  /// Whether the peer may announce an entity under this id now: it is new and of the peer's parity.
-  bool isNewOfPeer(EntityId id) const { return id.value > lastOfPeer_ && id.value >= 2 && !isOwn(id); }
-  /// The peer has spent an id, whether its entity is taken or ignored; throws `AttrLogEntityException` unless it is new
-  /// and of the peer's parity.
+  /// Whether the peer may announce an entity under this id now: it is new, of the peer's parity, and not the last one
+  /// that there is.
+  bool isNewOfPeer(EntityId id) const {
+    return id.value > lastOfPeer_ && id.value >= 2 && id.value <= UINT64_MAX - 2 && !isOwn(id);
+  }
+  /// The peer has spent an id, whether its entity is taken or ignored; throws `AttrLogEntityException` unless
+  /// `isNewOfPeer`.
   void idSpent(EntityId id);
   /// Throws where another entity below `parent` would break a limit.
   void requireRoomForEntity(Sa const* parent) const;
@@ -91,11 +93,10 @@ class VORNACL_API Demuxer final : public EntityResolver {
 
   // --- the queue of flow-outs ---
 
-  void queue(Sa& adapter);
-  void unqueue(Sa& adapter);
+  Queue& queue() { return queue_; }
   /// Writes what waits, as long as there is room. Throws what a writer throws.
   void pump();
-  bool isQueueEmpty() const { return first_ == nullptr; }
+  bool isQueueEmpty() const { return queue_.isEmpty(); }
   /// A root that waits to be announced.
   void announceRoot(Sa& adapter);
 
@@ -153,12 +154,7 @@ class VORNACL_API Demuxer final : public EntityResolver {
   Demuxer* next() const { return next_; }
 
  private:
-  Sa* nextRunnable() const;
-  bool isRunnable(Sa const& adapter) const;
-  void countBelow(Sa& adapter, bool more);
   void tellReferenceHolders(Sa const& retired);
-  void insert(Sa& adapter, Sa* behind, std::uint64_t since);
-  void leavePlaceToParent(Sa& adapter);
 
   Ptr<Out> out_;
   bool opener_;
@@ -170,9 +166,7 @@ class VORNACL_API Demuxer final : public EntityResolver {
   std::vector<Sa*> referenceHolders_;
   std::uint64_t lastOwn_;
   std::uint64_t lastOfPeer_ = 0;
-  std::uint64_t clock_ = 0;  ///< orders marks
-  Sa* first_ = nullptr;
-  Sa* last_ = nullptr;
+  Queue queue_;
   std::uint64_t sent_ = 0;
   std::uint64_t peerApplied_ = 0;
   std::uint64_t applied_ = 0;

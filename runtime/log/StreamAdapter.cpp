@@ -49,6 +49,9 @@ Sa::KroNboAttrLogSa(std::uint32_t flags, Entity& entity, Ptr<NboAttrLog::Out> co
   nextOfEntity_ = std::exchange(entity.firstAdapter_, this);
   if (parent_ != nullptr) {
     nextSibling_ = std::exchange(parent_->firstChild_, this);
+    if (nextSibling_ != nullptr) {
+      nextSibling_->previousSibling_ = this;
+    }
   }
 }
 
@@ -81,15 +84,24 @@ void Sa::doRemountSelf(Ptr<NboAttrLog::Out> const&) {
   }
 }
 
+/// How many adapters below this one began to wait before a time.
+std::uint32_t Sa::waitingBelow(std::uint64_t before) const {
+  std::uint32_t n = 0;
+  for (KroNboAttrLogSa const* at = firstChild_; at != nullptr; at = at->nextSibling_) {
+    n += at->waitingBelow(before) + (at->waiting_.since != 0 && at->waiting_.since < before ? 1U : 0U);
+  }
+  return n;
+}
+
 unsigned Sa::audit() const {
   unsigned errors = demuxer_ == nullptr ? 1U : 0U;  // a retired adapter stands in no entity's list
   errors += !is(noIdBit) && demuxer_ != nullptr && demuxer_->reactor(entityId_) != this ? 1U : 0U;
-  std::uint32_t below = 0;
   for (KroNboAttrLogSa const* at = firstChild_; at != nullptr; at = at->nextSibling_) {
     errors += at->parent_ != this ? 1U : 0U;
-    below += at->waiting_.below + (at->waiting_.since != 0 ? 1U : 0U);
   }
-  return errors + (below != waiting_.below ? 1U : 0U);
+  errors += waitingBelow(UINT64_MAX) != waiting_.below ? 1U : 0U;
+  errors += waitingBelow(waiting_.lastMark) != waiting_.older ? 1U : 0U;
+  return errors + (waiting_.inLine != (waiting_.since != 0 && waiting_.older == 0) ? 1U : 0U);
 }
 
 bool Sa::readOnlyRemoteOk(AttributeId) const { return false; }
@@ -133,12 +145,11 @@ void Sa::retire() {
     }
   }
   if (parent_ != nullptr) {
-    KroNboAttrLogSa** link = &parent_->firstChild_;
-    while (*link != this) {
-      link = &(*link)->nextSibling_;
+    if (nextSibling_ != nullptr) {
+      nextSibling_->previousSibling_ = previousSibling_;
     }
-    *link = std::exchange(nextSibling_, nullptr);
-    parent_ = nullptr;
+    (previousSibling_ != nullptr ? previousSibling_->nextSibling_ : parent_->firstChild_) = nextSibling_;
+    nextSibling_ = previousSibling_ = parent_ = nullptr;
   }
   demuxer_ = nullptr;
   out_ = nullptr;
@@ -194,7 +205,7 @@ bool Sa::handlingFlowInFor(AttributeId id) {
 
 void Sa::queueFlowOut() {
   if (!is(flowingOutBit)) {
-    demuxer_->queue(*this);
+    demuxer_->queue().mark(*this);
   }
 }
 

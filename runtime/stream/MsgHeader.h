@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 #include "runtime/core/AttributeId.h"
 #include "runtime/stream/ByteConnection.h"
@@ -38,6 +39,12 @@ inline constexpr std::uint16_t childCreationCode = 151;
 inline constexpr AttributeId rootCreationAttributeId = 136;
 inline constexpr AttributeId syncModeAttributeId = 135;
 inline constexpr AttributeId attributeListId = 144;
+
+/// The attribute that a message is about, whether it sets or removes. Of the lowest number there is no such thing, so
+/// it stays what it is: an attribute that nobody has.
+constexpr AttributeId attributeOf(AttributeId id) {
+  return id < 0 && id != std::numeric_limits<AttributeId>::min() ? -id : id;
+}
 
 /// What a message is: about an attribute, a transaction marker, or a word between two connections.
 enum class MsgKind : std::uint8_t { attribute = 0, marker = 1, applied = 2, complete = 3 };

@@ -125,6 +125,7 @@ TEST_F(Input, TakesUnknownEnumeratorsAndRefusesWhatElseIsUnknown) {
       {"attribute", "(7,999,T,0,0) #anything", "", "", 0, 1},
       {"removal of an attribute", "(7,-999,T,0,0) #anything", "", "", 0, 1},
       {"removal of a scalar", "(7,-260,T,0,0)", "", "", 0, 1},
+      {"lowest attribute id", "(7,-2147483648,T,0,0)", "", "", 0, 1},
       {"child of an unknown attribute, and its child",
        "(7,999,T,0,151) 8:15; (15,258,T,0,151) #x 8:17; (17,1,T,0,0); (7,260,F,1,0) 1:1", "5:active", "", 0, 3},
       {"root of an unknown type", "(1,136,T,0,0) 'Vorn::Nothing #? 8:15; (15,261,T,0,0) #x; (7,260,F,1,0) 1:1",
@@ -137,6 +138,10 @@ TEST_F(Input, TakesUnknownEnumeratorsAndRefusesWhatElseIsUnknown) {
       {"old id", "(5,262,T,0,151) 'p 8:13", "",
        begin + "rcc/chipRootConfig[6], attribute aclKeyToAclId, byte 13 of the message: entity id 13: expected a new "
                "id of the peer, above 13"},
+      {"last id", "(5,262,T,0,151) 'p 8:18446744073709551615", "",
+       begin +
+           "rcc/chipRootConfig[6], attribute aclKeyToAclId, byte 13 of the message: entity id 18446744073709551615: "
+           "expected a new id of the peer, above 13 and not the last one"},
       {"known id, other parameters", "(9,258,T,0,151) A7 4:0 'b 8:11", "",
        r5 + "/vornAclColl, attribute acl, byte 26 of the message: Reinstantiating the entity with name '' where "
             "constructor parameter attribute _cliName has a different value of 'b' than the current value of 'acl-a' "
@@ -148,8 +153,8 @@ TEST_F(Input, TakesUnknownEnumeratorsAndRefusesWhatElseIsUnknown) {
        begin + "id 0, attribute 0: the peer applied 1 messages, expected 0 to 0"},
       {"applied, with more behind it", "applied 8:0 1:9", "",
        begin + "id 0, attribute 0: bytes left over at the end of the message"},
-      {"marker of no kind", "B(11,261) ~1=3", "",
-       r5 + "/vornAclColl/acl[ipv4PAcl:7:in], attribute ipRuleById, byte 1 of the message: expected a transaction "
+      {"marker of no kind", "B(11,-2147483648) ~1=3", "",
+       r5 + "/vornAclColl/acl[ipv4PAcl:7:in], attribute -2147483648, byte 1 of the message: expected a transaction "
             "marker: one byte, 0 to 2"},
       {"the root once more", "(1,136,T,0,0) 'Vorn::RootConfigColl 'rcc 8:3; (7,260,F,1,0) 1:1", "5:active", ""},
       {"another root under its id", "(1,136,T,0,0) 'Vorn::RootConfigColl 'other 8:3", "",
@@ -219,6 +224,9 @@ TEST_F(Input, ReadOnlyEndsRefuse) {
     EXPECT_EQ(link->lines(M), "");
     EXPECT_EQ(mirror->chipRootConfig(5)->vornRootKick(), 4U) << "what the owner writes arrives";
     std::string const before = Dump::of(*root);
+    EXPECT_THROW((*link)[S].demuxer().reactor({7})->handleAttrDeserialization(263, Sa::noOptions, 0, nullptr),
+                 Kro::AttrLogEntityException)
+        << "what a peer can cause is no internal error";
     link->receive(S, wire(bytes));
     EXPECT_NE(link->error(S).find(refusal), std::string::npos) << link->error(S);
     EXPECT_EQ(Dump::of(*root), before);

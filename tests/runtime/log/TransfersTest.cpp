@@ -104,6 +104,15 @@ TEST_F(Transfers, OfAnotherTreeBringReferencesIntoIt) {
 
 TEST_F(Transfers, OfRootsOfEachType) {
   start();
+  EXPECT_FALSE((*link)[S].rootDel(root->chipRootConfig(5))) << "lies below one";
+  run("kick=1 move");
+  expectEqual();
+  Link byHand;
+  Ptr<Sa> const made = root->kroNboAttrLogSaIs({}, 0, byHand[S].out(), nullptr);
+  made->doAssignEntityId();
+  made->doSerializeOrphan();
+  byHand.move();
+  EXPECT_EQ(byHand.recorded(S), "(1,136,T,0,0) \"Vorn::RootConfigColl\" \"rcc\" 3; complete");
   for (Ptr<Entity> const& sent : std::initializer_list<Ptr<Entity>>{
            root, Vorn::rootConfigFactory("n", 70000, 2), Vorn::vornAclCollFactory("n"),
            Vorn::aclKeyToAclIdMappingFactory("n"), Kro::adopt(new VornAcl(aclId(7), Acl::mac, "n"))}) {
@@ -141,6 +150,38 @@ TEST_F(Transfers, CountWhatMerged) {
   EXPECT_EQ(stats.mergedChanges, 18U);
   run("free move");
   expectEqual();
+}
+
+TEST_F(Transfers, OfManyThatWaitLookAtEachOnce) {
+  constexpr int configs = 50;
+  std::string tree, kicks, rules;
+  for (int i = 0; i < configs; ++i) {
+    std::string const n = std::to_string(i);
+    tree += "c" + n + "=1 " + n + "/initialize " + n + "v/a7=0a ";
+    kicks += n + "/kick+1 ";
+    rules += n + "v7/r1=1 ";
+  }
+  start(tree);
+  run("block " + kicks + rules + kicks + "free");  // each rule goes before the kick above it
+  std::uint64_t const before = (*link)[S].demuxer().queue().looks();
+  link->move();
+  EXPECT_LE((*link)[S].demuxer().queue().looks() - before, 2U * configs + 10);
+  expectEqual();
+}
+
+TEST_F(Transfers, WaitAsLongAsABitOfTheStateWordTells) {
+  for (unsigned const bit : {Sa::attachedBit, Sa::applyingBit, Sa::heldBit, Sa::mutedBit}) {
+    SCOPED_TRACE(bit);
+    start();
+    Ptr<Sa> const sa = share((*link)[S].demuxer().reactor({7}));
+    run("block kick=4 r1=9 free");
+    sa->stateIs(bit, bit != Sa::attachedBit);
+    link->move();
+    EXPECT_EQ(link->lines(S), "(11,261,T,0,0) 1.0.0 ttl=9");
+    sa->stateIs(bit, bit == Sa::attachedBit);
+    link->move();
+    expectEqual();
+  }
 }
 
 TEST_F(Transfers, EndAtALimitAndOnlyTheirConnection) {
