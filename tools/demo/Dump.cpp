@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "tools/common/ClassBench.h"
+#include "tools/common/TreeText.h"
 
 namespace Demo {
 
@@ -33,66 +34,6 @@ class Writer {
   std::string text_;
 };
 
-/// Writes an entity and all that is below it.
-class Dumper {
- public:
-  explicit Dumper(Writer& writer) : writer_(writer) {}
-
-  template <class X>
-  void entity(X const& x) {
-    std::string const path(x.fullName().view());
-    line(path, "name", [&] { append(x.name()); });
-    Kro::forEachEntityAttribute<X>([&](auto const& d) { attribute(x, path, d); });
-  }
-
- private:
-  template <class X, class D>
-  void attribute(X const& x, std::string const& path, D const& d) {
-    using Kind = Kro::AttributeKind;
-    if constexpr (D::kind == Kind::parameter || D::kind == Kind::scalar || D::kind == Kind::counter) {
-      line(path, d.name, [&] { append((x.*d.get)()); });
-    } else if constexpr (D::kind == Kind::child) {
-      if (auto const child = (x.*d.get)()) {
-        entity(*child);
-      } else {
-        line(path, d.name, [&] { writer_.text() += "null"; });
-      }
-    } else if constexpr (D::kind == Kind::values) {
-      for (auto const& record : x.*d.field) {
-        line(path, d.name, [&] { append(record.key(), record.value()); });
-      }
-    } else if constexpr (D::kind == Kind::members) {
-      for (auto const& member : inOrderOfKeys(x.*d.field)) {
-        entity(*member);
-      }
-    } else if constexpr (D::kind == Kind::references) {
-      for (auto const& record : inOrderOfKeys(x.*d.field)) {
-        line(path, d.name, [&] { append(D::Record::KroHashLink::key(*record), record->referenced()->fullName()); });
-      }
-    }
-  }
-
-  template <class Rest>
-  void line(std::string const& path, std::string_view name, Rest rest) {
-    writer_.text().append(path).append("\t").append(name).append("\t");
-    rest();
-    writer_.text() += '\n';
-    writer_.lineDone();
-  }
-  template <class T>
-  void append(T const& value) {
-    Kro::Codec<T>::strep(writer_.text(), value);
-  }
-  template <class K, class T>
-  void append(K const& key, T const& value) {
-    append(key);
-    writer_.text() += '\t';
-    append(value);
-  }
-
-  Writer& writer_;
-};
-
 /// The line from shortly before column `at`, which is the first that differs.
 std::string excerpt(std::string_view line, std::size_t at) {
   constexpr std::size_t before = 24;
@@ -110,7 +51,7 @@ std::string_view nameOf(std::string_view line) { return line.substr(0, line.rfin
 
 void writeDump(Tree const& tree, std::FILE* to) {
   Writer writer(to);
-  Dumper(writer).entity(*tree);
+  Tools::appendTree(writer.text(), *tree, [&] { writer.lineDone(); });
   writer.flush();
 }
 

@@ -10,9 +10,7 @@
 
 namespace Demo {
 
-/// Writes a line for each attribute of each entity of the tree, for each rule, key mapping and reference: the entity's
-/// path, the attribute, the key where it has one, and the value's text form, with tabs between. Which attributes there
-/// are is taken from the types' own lists. Throws `std::system_error`.
+/// Writes the tree as text. Throws `std::system_error`.
 void writeDump(Tree const& tree, std::FILE* to);
 
 /// Writes the canonical lines of all IP rules, whose index is their `ruleId`. Throws `std::system_error`.

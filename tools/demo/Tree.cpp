@@ -53,18 +53,6 @@ Tree loadTree(std::vector<std::string> const& files) {
   return tree;
 }
 
-Acls aclsOf(Tree const& tree) {
-  Acls acls;
-  for (auto const& config : inOrderOfKeys(tree->chipRootConfigMap())) {
-    if (auto const coll = config->vornAclColl()) {
-      for (auto const& acl : inOrderOfKeys(coll->aclMap())) {
-        acls.push_back(acl);
-      }
-    }
-  }
-  return acls;
-}
-
 Counts countsOf(Tree const& tree) {
   Counts counts;
   counts.chips = tree->chipRootConfigSize();

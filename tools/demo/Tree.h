@@ -1,16 +1,17 @@
 // The tree that the demonstration mirrors: the rules of files, dealt out over chips.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <vector>
 
-#include "VornRootConfig/RootConfigColl.h"
+#include "tools/common/Trees.h"
 
 namespace Demo {
 
-using Tree = Kro::Ptr<Vorn::RootConfigColl>;
+using Tools::aclsOf;
+using Tools::inOrderOfKeys;
+using Tools::Tree;
 using Acls = std::vector<Kro::Ptr<Vorn::VornAcl>>;
 
 /// A tree with a root configuration for each of up to four chips. File i goes to chip i modulo their number, as the ACL
@@ -20,9 +21,6 @@ using Acls = std::vector<Kro::Ptr<Vorn::VornAcl>>;
 /// files.
 Tree loadTree(std::vector<std::string> const& files);
 
-/// All ACLs of all chips, in ascending order of chips, then of their ids.
-Acls aclsOf(Tree const& tree);
-
 /// What a tree holds: IP and MAC rules, ACLs, root configurations.
 struct Counts {
   std::size_t rules = 0;
@@ -30,20 +28,5 @@ struct Counts {
   std::size_t chips = 0;
 };
 Counts countsOf(Tree const& tree);
-
-/// The members of a hash map in ascending order of their keys.
-template <class Map>
-auto inOrderOfKeys(Map const& map) {
-  using Member = std::remove_reference_t<decltype(*map.begin())>;
-  std::vector<Kro::Ptr<Member>> members;
-  for (Member& member : map) {
-    members.push_back(Kro::share(&member));
-  }
-  std::sort(members.begin(), members.end(), [](auto const& a, auto const& b) {
-    using Link = typename std::remove_const_t<Member>::KroHashLink;
-    return Link::key(*a) < Link::key(*b);
-  });
-  return members;
-}
 
 }  // namespace Demo

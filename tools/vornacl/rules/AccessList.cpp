@@ -8,7 +8,7 @@
 #include <fmt/format.h>
 
 #include "tools/vornacl/rules/AccessListRule.h"
-#include "tools/vornacl/rules/AccessListWords.h"
+#include "tools/vornacl/rules/Words.h"
 
 namespace Tools {
 

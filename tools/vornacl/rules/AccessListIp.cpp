@@ -1,7 +1,7 @@
 #include "platform/Dorix/IpProtocolNumber.h"
 #include "tools/vornacl/rules/AccessListRule.h"
-#include "tools/vornacl/rules/AccessListWords.h"
 #include "tools/vornacl/rules/Names.h"
+#include "tools/vornacl/rules/Words.h"
 
 namespace Tools {
 

@@ -1,8 +1,8 @@
 #include <charconv>
 
 #include "tools/vornacl/rules/AccessListRule.h"
-#include "tools/vornacl/rules/AccessListWords.h"
 #include "tools/vornacl/rules/Names.h"
+#include "tools/vornacl/rules/Words.h"
 
 namespace Tools {
 

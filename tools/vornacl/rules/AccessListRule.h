@@ -32,9 +32,4 @@ AccessListRule readAccessListRule(Cursor& line, RuleGrammar grammar, Acl::Action
 AccessListRule readIpRule(Cursor& line, RuleGrammar grammar);
 AccessListRule readMacRule(Cursor& line, RuleGrammar grammar);
 
-/// The bytes of an address as text; nothing for other text, or an address of the other family.
-std::optional<Dorix::IpBytes> addressBytes(std::string_view text, Dorix::IpFamily family);
-/// The ports that are in none of these ranges.
-std::vector<Vorn::L4PortRange> otherPorts(std::vector<Vorn::L4PortRange> ranges);
-
 }  // namespace Tools

@@ -200,9 +200,8 @@ std::string listText(Vorn::VornAcl const& acl) {
   return text.append(acl.cliName().view());
 }
 
-}  // namespace
-
-std::string appendCanonicalLine(std::string& text, std::uint32_t index, LoadedRule const& rule, Form form) {
+/// Appends the line of a rule, or nothing, and returns what the line has no place for.
+std::string appendLine(std::string& text, std::uint32_t index, LoadedRule const& rule, Form form) {
   std::uint32_t const number = rule.position.ruleId();
   if (rule.acl->aclType() == Acl::mac) {
     return appendMacLine(text, fmt::format("{} {} {}", index, listText(*rule.acl), number),
@@ -214,6 +213,32 @@ std::string appendCanonicalLine(std::string& text, std::uint32_t index, LoadedRu
     return "";
   }
   return appendIpLine(text, fmt::format("{} {} {}", index, listText(*rule.acl), number), rules);
+}
+
+bool haveOneLine(LoadedRule const& a, LoadedRule const& b) {
+  return a.acl.get() == b.acl.get() && a.position.ruleId() == b.position.ruleId();
+}
+
+}  // namespace
+
+void appendCanonicalLines(std::string& text, LoadedFile const& file, Refusals& refusals,
+                          std::function<void()> const& lineDone) {
+  std::uint32_t index = 0;
+  LoadedRule const* previous = nullptr;
+  for (LoadedRule const& rule : file.rules) {
+    if (previous != nullptr && haveOneLine(*previous, rule)) {
+      continue;
+    }
+    previous = &rule;
+    std::uint32_t const number = file.form == Form::classBench ? rule.position.ruleId() : index + 1;
+    std::string const whyNot = appendLine(text, number, rule, file.form);
+    if (whyNot.empty()) {
+      ++index;
+      lineDone();
+    } else {
+      refusals.add(rule.place, whyNot);
+    }
+  }
 }
 
 }  // namespace Tools

@@ -7,8 +7,8 @@
 
 namespace Tools {
 
-/// Appends the line of a rule and a line feed; or nothing, and returns what the line has no place for. Exact rules that
-/// stand under one number are one line again.
+/// Appends a line for each rule of a file. Exact rules that stand under one number are one line again; a rule that the
+/// lines have no place for is refused. `lineDone` is called behind each line, and may take the text away.
 ///
 /// Of a ClassBench file: "INDEX SRC/LEN DST/LEN SLO-SHI DLO-DHI 0xPP/0xMM"; of all others:
 /// "INDEX LIST NUMBER ACTION PROTO SRC DST SPORTS DPORTS [ATTRIBUTE...]".
@@ -16,6 +16,7 @@ namespace Tools {
 /// - SRC and DST are ADDR/LEN, or ADDR&CARE, whose ones are the bits that count; ports are LO-HI[,LO-HI...].
 /// - The attributes: established, icmp=TYPE[/CODE], dscp=N, fragments, log, tcpflags=NAME[+NAME].
 /// - A MAC rule has "any", 0xVVVV or 0xVVVV/0xCARE for PROTO, xx:xx:xx:xx:xx:xx/CARE for addresses, "-" for ports.
-std::string appendCanonicalLine(std::string& text, std::uint32_t index, LoadedRule const& rule, Form form);
+void appendCanonicalLines(std::string& text, LoadedFile const& file, Refusals& refusals,
+                          std::function<void()> const& lineDone);
 
 }  // namespace Tools

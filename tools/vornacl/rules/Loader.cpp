@@ -1,6 +1,11 @@
 #include "tools/vornacl/rules/Loader.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
+
+#include "tools/common/TreeText.h"
+#include "tools/vornacl/rules/TreeReader.h"
 
 namespace Tools {
 
@@ -30,6 +35,10 @@ Loader::Loader(bool expands, Refusals& refusals)
 
 LoadedFile const& Loader::add(RuleSet const& set) {
   LoadedFile file{set.file, set.form, {}, {}};
+  if (set.tree) {
+    adopt(set, file);
+    return files_.emplace_back(std::move(file));
+  }
   newChip();
   for (List const& list : set.lists) {
     file.acls.push_back(newAcl(list));
@@ -40,12 +49,33 @@ LoadedFile const& Loader::add(RuleSet const& set) {
   return files_.emplace_back(std::move(file));
 }
 
-Vorn::RootConfig& Loader::newChip() {
-  auto const number = static_cast<std::uint16_t>(tree_->chipRootConfigSize());
-  chip_ = tree_->chipRootConfigIs(number, Vorn::ChipId(number));
+void Loader::adopt(RuleSet const& set, LoadedFile& file) {
+  if (tree_->chipRootConfigSize() > 0) {
+    throw BadData({set.file}, "the text of a tree stands in front of other files");
+  }
+  tree_ = set.tree;
+  file.acls = set.acls;
+  for (ListedRule const& rule : set.rules) {
+    file.rules.push_back({set.acls[rule.list], rule.position, {set.file, rule.line, 0}});
+  }
+}
+
+void Loader::appendText(std::string& text, std::function<void()> const& lineDone) const {
+  std::size_t lines = 0;
+  text.append(treeHead) += '\n';
+  appendTree(text, *tree_, [&] { ++lines, lineDone(); });
+  text.append(treeEnd).append(std::to_string(lines)) += " lines\n";
+  lineDone();
+}
+
+void Loader::newChip() {
+  std::uint32_t number = 0;
+  for (auto const& chip : tree_->chipRootConfigMap()) {
+    number = std::max(number, chip.rootConfigId() + 1);
+  }
+  chip_ = tree_->chipRootConfigIs(number, Vorn::ChipId(static_cast<std::uint16_t>(number)));
   chip_->initialize();
   lists_.clear();
-  return *chip_;
 }
 
 Kro::Ptr<Vorn::VornAcl> Loader::newAcl(List const& list) {

@@ -1,16 +1,15 @@
 // Puts the rules of files into a tree of the model.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <vector>
 
-#include "VornRootConfig/RootConfigColl.h"
+#include "tools/common/Trees.h"
 #include "tools/vornacl/rules/Refusals.h"
 #include "tools/vornacl/rules/Rule.h"
 
 namespace Tools {
-
-using Tree = Kro::Ptr<Vorn::RootConfigColl>;
 
 /// Where a rule of a file stands in the tree: all positions of an ACL that have its number, or the one position.
 struct LoadedRule {
@@ -29,19 +28,24 @@ struct LoadedFile {
 
 /// Fills a tree. Each file gets a chip of its own, and further ones where it has more lists than a chip holds; each
 /// list becomes an ACL, numbered from 0 by its kind, whose name is mapped to its id. A rule that takes several exact
-/// ones has them under its number, at `subRuleId` 0, 1 and so on.
+/// ones has them under its number, at `subRuleId` 0, 1 and so on. The text of a tree becomes the tree; other files may
+/// follow it.
 class Loader {
  public:
   /// `expands`: take rules that need several exact ones; they are refused otherwise.
   Loader(bool expands, Refusals& refusals);
 
+  /// Throws `BadData` for a tree behind other files.
   LoadedFile const& add(RuleSet const& set);
+  /// Appends the tree as text that `readTree` reads. `lineDone` as in `appendTree`.
+  void appendText(std::string& text, std::function<void()> const& lineDone) const;
 
   Tree const& tree() const { return tree_; }
   std::vector<LoadedFile> const& files() const { return files_; }
 
  private:
-  Vorn::RootConfig& newChip();
+  void newChip();
+  void adopt(RuleSet const& set, LoadedFile& file);
   Kro::Ptr<Vorn::VornAcl> newAcl(List const& list);
   void add(ListedRule const& rule, LoadedFile& file);
 

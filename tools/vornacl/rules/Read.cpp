@@ -8,6 +8,8 @@
 #include "tools/common/ClassBench.h"
 #include "tools/common/Files.h"
 #include "tools/vornacl/rules/AccessList.h"
+#include "tools/vornacl/rules/PacketFilter.h"
+#include "tools/vornacl/rules/TreeReader.h"
 
 namespace Tools {
 
@@ -17,6 +19,12 @@ std::optional<Form> formOf(std::string_view text) {
   std::size_t const start = text.find_first_not_of("\r\n");
   if (start != std::string_view::npos && text[start] == '@') {
     return Form::classBench;
+  }
+  if (text.starts_with(treeHead)) {
+    return Form::tree;
+  }
+  if (isPacketFilter(text)) {
+    return Form::packetFilter;
   }
   return hasAccessList(text) ? std::optional(Form::accessList) : std::nullopt;
 }
@@ -39,7 +47,7 @@ bool isOfFlags(ClassBenchFilter const& filter) {
 
 RuleSet classBench(std::string_view text, std::string const& path, bool loosens, Refusals& refusals,
                    std::vector<std::string>& notes) {
-  RuleSet set{path, Form::classBench, {{Acl::ip, std::filesystem::path(path).filename()}}, {}};
+  RuleSet set{path, Form::classBench, {{Acl::ip, std::filesystem::path(path).filename()}}, {}, {}, {}};
   auto const filters = readClassBench(text, path);
   for (std::uint32_t index = 1; ClassBenchFilter const& filter : filters) {
     Vorn::AceIndex const position(index++, 0, 0);
@@ -81,19 +89,28 @@ std::string readText(std::string const& path) {
   return text;
 }
 
-RuleSet readRules(std::string const& path, ReadOptions const& options, Refusals& refusals,
+RuleSet readRules(std::string_view text, std::string const& name, ReadOptions const& options, Refusals& refusals,
                   std::vector<std::string>& notes) {
-  std::string const text = readText(path);
   auto const form = options.form ? options.form : formOf(text);
   if (!form) {
-    throw BadData({path}, text.empty() ? "this is empty" : "no form of rules begins so; --form names one");
+    throw BadData({name}, text.empty() ? "this is empty" : "no form of rules begins so; --form names one");
   }
   switch (*form) {
     case Form::accessList:
-      return readAccessLists(text, path, refusals);
-    default:
-      return classBench(text, path, options.loosens, refusals, notes);
+      return readAccessLists(text, name, refusals);
+    case Form::packetFilter:
+      return readPacketFilter(text, name, refusals);
+    case Form::tree:
+      return readTree(text, name);
+    case Form::classBench:
+      break;
   }
+  return classBench(text, name, options.loosens, refusals, notes);
+}
+
+RuleSet readFileOfRules(std::string const& path, ReadOptions const& options, Refusals& refusals,
+                        std::vector<std::string>& notes) {
+  return readRules(readText(path), path, options, refusals, notes);
 }
 
 }  // namespace Tools

@@ -23,6 +23,8 @@ struct NamedForm {
 inline constexpr NamedForm formNames[] = {
     {"classbench", Form::classBench},
     {"accesslist", Form::accessList},
+    {"packetfilter", Form::packetFilter},
+    {"tree", Form::tree},
 };
 char const* nameOf(Form form);
 
@@ -32,8 +34,12 @@ inline constexpr char const* standardInput = "-";
 /// The whole text of a file. Throws `std::system_error`, and `BadData` for a folder and for a text with NUL bytes.
 std::string readText(std::string const& path);
 
-/// Reads the rules of a file. Throws as `readText`, and `BadData`. Filters that are loosened are told in `notes`.
-RuleSet readRules(std::string const& path, ReadOptions const& options, Refusals& refusals,
+/// Reads the rules of a text; `name` is what errors call it. Throws `BadData`. Filters that are loosened are told in
+/// `notes`.
+RuleSet readRules(std::string_view text, std::string const& name, ReadOptions const& options, Refusals& refusals,
                   std::vector<std::string>& notes);
+/// The same of a file; throws also as `readText`.
+RuleSet readFileOfRules(std::string const& path, ReadOptions const& options, Refusals& refusals,
+                        std::vector<std::string>& notes);
 
 }  // namespace Tools

@@ -160,6 +160,22 @@ Dorix::IpFamily familyOf(Acl::AclType type) {
   return type == Acl::ipv6 ? Dorix::IpFamily::ipv6 : Dorix::IpFamily::ipv4;
 }
 
+std::vector<Vorn::L4PortRange> otherPorts(std::vector<Vorn::L4PortRange> ranges) {
+  std::sort(ranges.begin(), ranges.end(), [](auto a, auto b) { return a.rangeStart() < b.rangeStart(); });
+  std::vector<Vorn::L4PortRange> result;
+  std::uint32_t next = 0;
+  for (Vorn::L4PortRange const range : ranges) {
+    if (next < range.rangeStart()) {
+      result.emplace_back(static_cast<std::uint16_t>(next), static_cast<std::uint16_t>(range.rangeStart() - 1));
+    }
+    next = std::max<std::uint32_t>(next, range.rangeEnd() + 1U);
+  }
+  if (next <= 65535) {
+    result.emplace_back(static_cast<std::uint16_t>(next), 65535);
+  }
+  return result;
+}
+
 void setL4Rule(Vorn::IpFilter& filter) {
   filter.l4RuleIs(!filter.sportRange().isAny() || !filter.dportRange().isAny() || filter.tcpFlag().value() != 0 ||
                   filter.established() || filter.icmpType() != Vorn::IpFilter::icmpAll ||

@@ -11,6 +11,7 @@
 #include "VornAclTable/IpRuleConfig.h"
 #include "VornAclTable/MacRuleConfig.h"
 #include "platform/Acl/AclType.h"
+#include "tools/common/Trees.h"
 
 namespace Tools {
 
@@ -83,6 +84,9 @@ struct RuleSet {
   Form form = Form::classBench;
   std::vector<List> lists;
   std::vector<ListedRule> rules;
+  /// Of the text of a tree: the tree, and its ACLs by list.
+  Tree tree;
+  std::vector<Kro::Ptr<Vorn::VornAcl>> acls;
 };
 
 Dorix::IpFamily familyOf(Acl::AclType type);
@@ -95,6 +99,9 @@ struct ExactRules {
 };
 ExactRules<Vorn::IpRuleConfig> exactRules(IpRule const& rule);
 ExactRules<Vorn::MacRuleConfig> exactRules(MacRule const& rule);
+
+/// The ports that are in none of these ranges.
+std::vector<Vorn::L4PortRange> otherPorts(std::vector<Vorn::L4PortRange> ranges);
 
 /// Says whether layer-4 fields take part in a filter, by whether any of them narrows it.
 void setL4Rule(Vorn::IpFilter& filter);

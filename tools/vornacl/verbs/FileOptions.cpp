@@ -34,7 +34,7 @@ void FileOptions::declare(CLI::App& app) {
 
 RuleSet FileOptions::readFile(std::string const& path, Refusals& refusals) const {
   std::vector<std::string> notes;
-  RuleSet set = readRules(path, read, refusals, notes);
+  RuleSet set = readFileOfRules(path, read, refusals, notes);
   for (std::string const& note : notes) {
     message(note);
   }

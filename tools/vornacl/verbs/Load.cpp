@@ -14,23 +14,9 @@ struct LoadOptions : FileOptions {
   std::vector<std::string> files;
   bool expands = false;
   bool prints = false;
+  bool isText = false;
   bool isJson = false;
 };
-
-/// Prints the canonical lines of a file. Rules that these have no place for are refused.
-void printLines(LoadedFile const& file, Refusals& refusals, Output& output) {
-  std::uint32_t index = 0;
-  for (LoadedRule const& rule : file.rules) {
-    std::uint32_t const number = file.form == Form::classBench ? rule.position.ruleId() : index + 1;
-    std::string const whyNot = appendCanonicalLine(output.text(), number, rule, file.form);
-    if (whyNot.empty()) {
-      ++index;
-      output.lineDone();
-    } else {
-      refusals.add(rule.place, whyNot);
-    }
-  }
-}
 
 void tell(LoadedFile const& file, bool isJson, Output& output) {
   for (auto const& acl : file.acls) {
@@ -58,10 +44,13 @@ Exit load(LoadOptions options, Output& output) {
   for (std::string const& file : options.files) {
     LoadedFile const& loaded = loader.add(options.readFile(file, refusals));
     if (options.prints) {
-      printLines(loaded, refusals, output);
-    } else {
+      appendCanonicalLines(output.text(), loaded, refusals, [&] { output.lineDone(); });
+    } else if (!options.isText) {
       tell(loaded, options.isJson, output);
     }
+  }
+  if (options.isText) {
+    loader.appendText(output.text(), [&] { output.lineDone(); });
   }
   options.tell(refusals);
   return Exit::done;
@@ -75,7 +64,9 @@ Run declareLoad(CLI::App& app) {
   options->declare(app);
   app.add_flag("--expand", options->expands, "Write a rule as several exact ones under its number where it takes that");
   auto* const print = app.add_flag("--print", options->prints, "Print each rule as its canonical line, nothing else");
-  app.add_flag("--json", options->isJson, "Tell each ACL as an object on a line")->excludes(print);
+  auto* const text =
+      app.add_flag("--text", options->isText, "Print the tree as text that can be loaded again")->excludes(print);
+  app.add_flag("--json", options->isJson, "Tell each ACL as an object on a line")->excludes(print)->excludes(text);
   return [options](Output& output) { return load(*options, output); };
 }
 

@@ -1,9 +1,11 @@
-#include "tools/vornacl/rules/AccessListWords.h"
+#include "tools/vornacl/rules/Words.h"
 
 #include <algorithm>
 #include <charconv>
 
 #include <fmt/format.h>
+
+#include "runtime/core/Exception.h"
 
 namespace Tools {
 
@@ -53,15 +55,50 @@ bool isNumber(std::string_view word) {
   return !word.empty() && word.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-std::uint32_t numberWord(Cursor& line, std::uint32_t max, char const* expected) {
-  std::size_t const start = line.position();
-  std::string_view const word = line.word(expected);
+std::optional<std::uint32_t> numberOf(std::string_view word, std::uint32_t max) {
   std::uint32_t number = 0;
   auto const [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-  if (error != std::errc() || end != word.data() + word.size() || number > max || (word.size() > 1 && word[0] == '0')) {
+  bool const isWhole = error == std::errc() && end == word.data() + word.size();
+  return isWhole && number <= max && (word.size() == 1 || word[0] != '0') ? std::optional(number) : std::nullopt;
+}
+
+std::uint32_t numberWord(Cursor& line, std::uint32_t max, char const* expected) {
+  std::size_t const start = line.position();
+  auto const number = numberOf(line.word(expected), max);
+  if (!number) {
     line.fail(start, expected);
   }
-  return number;
+  return *number;
+}
+
+std::optional<Dorix::IpBytes> addressBytes(std::string_view text, Dorix::IpFamily family) {
+  bool const isV6 = family == Dorix::IpFamily::ipv6;
+  if (text.find_first_not_of(isV6 ? "0123456789abcdefABCDEF:." : "0123456789.") != std::string_view::npos) {
+    return std::nullopt;
+  }
+  try {
+    Dorix::IpGenPrefix const prefix(Kro::String8(std::string_view(std::string(text) + (isV6 ? "/128" : "/32"))));
+    return prefix.family() == family ? std::optional(prefix.addressBytes()) : std::nullopt;
+  } catch (Kro::RangeException const&) {
+    return std::nullopt;
+  }
+}
+
+void skipQuoted(Cursor& line, char const* expected) {
+  std::string_view const rest = line.rest();
+  if (!rest.starts_with('"')) {
+    line.word(expected);
+    return;
+  }
+  std::size_t end = 1;
+  while (end < rest.size() && rest[end] != '"') {
+    end += rest[end] == '\\' ? std::size_t{2} : 1;
+  }
+  if (end >= rest.size()) {
+    line.fail(line.position(), "a text that ends in a quote");
+  }
+  line.skip(rest.substr(0, end + 1), expected);
+  line.skipBlanks();
 }
 
 void refuse(Cursor const& line, std::string reason) { throw Refused{line.position() + 1, std::move(reason)}; }
