@@ -136,8 +136,8 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   virtual void doRemountSelf(Ptr<NboAttrLog::Out> const& out);
   /// Whether messages about this attribute (negated or not) are understood.
   virtual bool knowsAttribute(AttributeId id) const = 0;
-  /// Drops the marks of a whole transfer into attribute `id` of this entity.
-  virtual void sweepMarksDel(AttributeId id) = 0;
+  /// Forgets a whole transfer into attribute `id` of this entity: what it has marked stays.
+  virtual void sweepDel(AttributeId id) = 0;
   /// References held here to this entity are written again: it was announced, or the peer removed it.
   virtual void targetAnnounced(Entity const& target);
   /// An entity goes off the stream that references may be to.

@@ -5,7 +5,6 @@
 #include <tuple>
 
 #include "runtime/log/AdapterOf.h"
-#include "runtime/log/Applying.h"
 
 namespace Kro::NboAttrLog {
 

@@ -6,7 +6,6 @@
 #pragma once
 
 #include "runtime/log/AdapterOf.h"
-#include "runtime/log/Applying.h"
 
 namespace Kro::NboAttrLog {
 

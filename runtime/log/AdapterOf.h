@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "runtime/entity/EntityOps.h"
+#include "runtime/log/Applying.h"
 #include "runtime/log/Demuxer.h"
 #include "runtime/log/FlowOutOf.h"
 #include "runtime/log/Registration.h"
@@ -82,7 +83,7 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   void handleChange(AttributeId id, void const* key);
   void syncModeIs(SyncMode mode) override;
   bool knowsAttribute(AttributeId id) const override;
-  void sweepMarksDel(AttributeId id) override;
+  void sweepDel(AttributeId id) override;
   void targetAnnounced(Entity const& target) override;
   void targetRetired(EntityId id, Entity const& target) override;
   unsigned audit() const override;
@@ -90,7 +91,7 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
  protected:
   void registrationDel() override {
     if (Ptr<Registration<X>> const registration = std::move(registration_)) {
-      demuxerMarksGone();
+      marksGone();
       registration->notifierIs(nullptr);
     }
   }
@@ -153,7 +154,7 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   DirtyMark takeKey(D const& d, typename D::Key const& key);
   template <class D>
   void wroteKey(D const&, typename D::Key const& key);
-  void demuxerMarksGone();
+  void marksGone();
 
   template <class D, class Find>
   void serializeFound(D const& d, typename D::Key const& key, Find const& find);
@@ -207,7 +208,9 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   template <class D>
   void markForSweep(D const& d);
   template <class D>
-  void sweep(D const& d);
+  void sweep(D const& d, detail::HeldBack& thrown);
+  template <class D>
+  void countBegin(D const& d);
   template <class D>
   void clearSweepMarks(D const& d);
   /// Takes the mark of a transfer off one key.
@@ -216,7 +219,6 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
 
   Ptr<Registration<X>> registration_;
   EntityId pendingChildId_;  ///< of the creation that is being applied, null once it was given to a child
-  AttributeId marked_ = 0;   ///< attribute with entries that carry the mark of a transfer
   std::size_t listEnd_ = 0;  ///< where what an attribute list told the length of ends, 0 for any other
 };
 

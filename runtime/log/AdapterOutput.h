@@ -92,11 +92,18 @@ void AdapterOf<X>::wroteKey(D const& d, typename D::Key const& key) {
   repeated(d, key);  // told without a change, in the middle of a transfer
 }
 
+/// The adapter goes off the stream: nothing waits here any more, and no transfer is open.
 template <class X>
-void AdapterOf<X>::demuxerMarksGone() {
-  if (flowOut() != nullptr && streamDemuxer() != nullptr) {
-    streamDemuxer()->dirtyUnmark(flow().dirtyMarks());
+void AdapterOf<X>::marksGone() {
+  if (flowOut() == nullptr || streamDemuxer() == nullptr) {
+    return;
   }
+  streamDemuxer()->dirtyUnmark(flow().dirtyMarks());
+  forEachEntityAttribute<X>([&](auto const& d) {
+    if constexpr (isKeyed<std::remove_cvref_t<decltype(d)>>) {
+      clearSweepMarks(d);
+    }
+  });
 }
 
 // --- handlers ---

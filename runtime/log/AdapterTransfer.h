@@ -1,11 +1,12 @@
 // Whole transfers of collections that arrive: the part of `AdapterOf` that marks what it has, takes the mark off what
-// the peer repeats, and removes the rest at the end. Included by that header.
+// the peer repeats, and removes the rest at the end. Between markers one collection is transferred at a time; under the
+// sync mode, all those of an entity into which no transfer is open. Included by that header.
 #pragma once
 
+#include <type_traits>
 #include <utility>
 
 #include "runtime/log/AdapterOf.h"
-#include "runtime/log/Applying.h"
 
 namespace Kro::NboAttrLog {
 
@@ -14,30 +15,42 @@ namespace Kro::NboAttrLog {
 template <class X>
 void AdapterOf<X>::deserializeSyncMode(In& in) {
   SyncMode const mode = SyncModeInstance(in.nextU32());
-  startApplying(in);
-  for (Demuxer* at = globalNboAttrLogDemuxerManager().first(); at != nullptr; at = at->next()) {
-    Ptr<KroNboAttrLogSa> const adapter = share(at->reactor(entityId()));
-    if (dynamic_cast<AdapterOf*>(adapter.get()) != nullptr && &adapter->rawEntity() == &rawEntity()) {
-      adapter->stateIs(mutedBit, true);
-      adapter->syncModeIs(mode);
-      adapter->stateIs(mutedBit, false);
-    }
+  if (mode == syncModeWhole) {
+    forEachEntityAttribute<X>([&](auto const& d) {
+      if constexpr (isKeyed<std::remove_cvref_t<decltype(d)>>) {
+        countBegin(d);
+      }
+    });
   }
+  startApplying(in);
+  syncModeIs(mode);
 }
 
+/// The peer begins or ends a whole transfer of the entity, which no markers enclose.
 template <class X>
 void AdapterOf<X>::syncModeIs(SyncMode mode) {
   KroNboAttrLogSa::syncModeIs(mode);
   if (streamDemuxer() == nullptr || streamDemuxer()->failed() || !is(applyingBit) || isAnnouncer()) {
     return;
   }
-  AttrTransactionType const type = syncMode() == syncModeWhole ? transactionBegin : transactionEnd;
+  stateIs(applyingBit, false);  // a sweep silences each removal of its own, and nothing else
+  FlowIn const* const open = streamDemuxer()->flowIn(entityId());
+  AttributeId const transferred = open != nullptr ? open->aid() : 0;
+  detail::HeldBack thrown;
   forEachEntityAttribute<X>([&](auto const& d) {
     using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (isKeyed<D> || D::kind == AttributeKind::child) {
-      handleAttrTransaction(D::id, type, 0);
+    if constexpr (isKeyed<D>) {
+      if (!isRegistered() || D::id == transferred) {
+        return;
+      }
+      if (mode == syncModeWhole) {
+        markForSweep(d);
+      } else {
+        sweep(d, thrown);
+      }
     }
   });
+  thrown.release();
 }
 
 // --- whole-collection transfers ---
@@ -52,6 +65,11 @@ void AdapterOf<X>::forgetKnown(Exempt& exempt) {
 template <class X>
 template <class D>
 void AdapterOf<X>::markForSweep(D const& d) {
+  for (KroNboAttrLogSa* at = rawEntity().kroFirstAdapter(); at != nullptr; at = at->nextOfEntity()) {
+    if (at != this) {
+      at->sweepDel(D::id);  // of another connection: the younger one decides
+    }
+  }
   auto& keys = flow().template keys<D>();
   forgetKnown(keys.exempt);
   // The transfer may have begun before the peer knew of what this end wrote or is about to write, and it does not
@@ -68,18 +86,18 @@ void AdapterOf<X>::markForSweep(D const& d) {
     auto const key = detail::keyOf<D>(record);
     return keys.exempt.count(key) != 0 || keys.dirty.find(key) != nullptr;
   };
-  marked_ = 0;
+  keys.isMarked = false;
   for (auto& record : entity().*(d.field)) {
     bool const marks = !isOwnWord(record);
     record.kroMarkedForDeletionIs(marks);
-    marked_ = marks ? D::id : marked_;
+    keys.isMarked = keys.isMarked || marks;
   }
 }
 
 template <class X>
 template <class D>
 void AdapterOf<X>::repeated(D const& d, typename D::Key const& key) {
-  if (marked_ != D::id) {
+  if (!flow().template keys<D>().isMarked) {
     return;
   }
   if (auto* const record = (entity().*(d.field)).find(key)) {
@@ -90,7 +108,7 @@ void AdapterOf<X>::repeated(D const& d, typename D::Key const& key) {
 template <class X>
 template <class D>
 void AdapterOf<X>::clearSweepMarks(D const& d) {
-  if (std::exchange(marked_, 0) == D::id) {
+  if (std::exchange(flow().template keys<D>().isMarked, false)) {
     for (auto& record : entity().*(d.field)) {
       clearSweepMark(record);
     }
@@ -100,13 +118,15 @@ void AdapterOf<X>::clearSweepMarks(D const& d) {
 /// Removes what the transfer did not repeat, through the ordinary removers: counted, told, not echoed.
 template <class X>
 template <class D>
-void AdapterOf<X>::sweep(D const& d) {
+void AdapterOf<X>::sweep(D const& d, detail::HeldBack& thrown) {
   Ptr<KroNboAttrLogSa> const held = share<KroNboAttrLogSa>(this);
   X& swept = entity();
-  detail::HeldBack thrown;
+  flow().template keys<D>().isConfirmed = true;
+  flow().template keys<D>().begins = 0;
+  auto const isMarked = [&] { return isRegistered() && flow().template keys<D>().isMarked; };
   isSweepingIs(true);
   using Iterator = typename D::MapType::Iterator;
-  for (Iterator at = marked_ == D::id ? Iterator(swept.*(d.field)) : Iterator(); at && isRegistered(); at.advance()) {
+  for (Iterator at = isMarked() ? Iterator(swept.*(d.field)) : Iterator(); at && isMarked(); at.advance()) {
     if (at->kroMarkedForDeletion()) {
       sweepingIs(D::id);
       thrown.run([&] { (swept.*(d.delAt))(at); });
@@ -115,44 +135,60 @@ void AdapterOf<X>::sweep(D const& d) {
   }
   isSweepingIs(false);
   if (isRegistered()) {
-    streamDemuxer()->flowInDel(entityId());
+    flow().template keys<D>().isMarked = false;
   }
-  thrown.release();
+}
+
+/// Each begin costs a walk over the whole collection, so a peer may not go on with them for ever.
+template <class X>
+template <class D>
+void AdapterOf<X>::countBegin(D const& d) {
+  constexpr unsigned most = 8;
+  if (flow().template keys<D>().begins++ == most) {
+    throw AttrLogEntityException(String8(d.name) +
+                                 format(": a transfer begins after %u others that have no end", most));
+  }
 }
 
 template <class X>
 void AdapterOf<X>::handleAttrTransaction(AttributeId id, AttrTransactionType type, unsigned) {
   Demuxer& demuxer = *streamDemuxer();
   FlowIn* const open = demuxer.flowIn(entityId());
+  detail::HeldBack thrown;
   forEachEntityAttribute<X>([&](auto const& d) {
     using D = std::remove_cvref_t<decltype(d)>;
     if constexpr (isKeyed<D>) {
       if (D::id != id) {
         return;
       }
-      if (type == transactionBegin && !is(mutedBit)) {
-        for (KroNboAttrLogSa* at = rawEntity().kroFirstAdapter(); at != nullptr; at = at->nextOfEntity()) {
-          FlowIn* const older = at->streamDemuxer()->flowIn(at->entityId());
-          if (older != nullptr && (at == this || older->aid() == id)) {
-            at->streamDemuxer()->flowInDel(at->entityId());
-          }
+      if (type == transactionBegin) {
+        countBegin(d);
+        demuxer.applyingIs(true);
+        if (open != nullptr && open->aid() != id) {
+          sweepDel(open->aid());
         }
         demuxer.flowInIs(entityId()).aidIs(id);
         markForSweep(d);
       } else if (type == transactionEnd && open != nullptr && open->aid() == id) {
+        demuxer.applyingIs(true);
         open->handlingTransactionIs(true);
-        flow().template keys<D>().isConfirmed = true;
-        sweep(d);
+        sweep(d, thrown);
       }
     }
   });
-  if (type != transactionBegin && isRegistered()) {
-    demuxer.flowInDel(entityId());
+  // The sweep may have ended the connection, or the transfer.
+  if (FlowIn const* const left = isRegistered() ? demuxer.flowIn(entityId()) : nullptr;
+      left != nullptr && type != transactionBegin) {
+    sweepDel(left->aid());
   }
+  thrown.release();
 }
 
 template <class X>
-void AdapterOf<X>::sweepMarksDel(AttributeId id) {
+void AdapterOf<X>::sweepDel(AttributeId id) {
+  if (FlowIn const* const open = streamDemuxer()->flowIn(entityId()); open != nullptr && open->aid() == id) {
+    streamDemuxer()->flowInDel(entityId());
+  }
   forEachEntityAttribute<X>([&](auto const& d) {
     using D = std::remove_cvref_t<decltype(d)>;
     if constexpr (isKeyed<D>) {

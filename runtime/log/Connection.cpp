@@ -359,7 +359,6 @@ void Connection::takeMarker(WireHeader const& wire, std::span<std::uint8_t const
   if (adapter->isAnnouncer() || adapter->is(Sa::readOnlyRemoteBit)) {
     throw AttrLogEntityException("a whole transfer of an entity that the peer did not announce");
   }
-  demuxer_.applyingIs(true);
   adapter->handleAttrTransaction(wire.header.attributeId, static_cast<StreamAdapter::AttrTransactionType>(type), 0);
 }
 

@@ -195,17 +195,7 @@ FlowIn* Demuxer::flowIn(EntityId id) {
 
 FlowIn& Demuxer::flowInIs(EntityId id) { return flowIns_[id]; }
 
-void Demuxer::flowInDel(EntityId id) {
-  auto const found = flowIns_.find(id);
-  if (found == flowIns_.end()) {
-    return;
-  }
-  AttributeId const attribute = found->second.aid();
-  flowIns_.erase(found);
-  if (auto const adapter = reactors_.find(id); adapter != reactors_.end()) {
-    adapter->second->sweepMarksDel(attribute);
-  }
-}
+void Demuxer::flowInDel(EntityId id) { flowIns_.erase(id); }
 
 // --- references ---
 

@@ -39,6 +39,8 @@ class KeyedFlowOut {
   /// the message: no transfer marks them that the peer may have begun without knowing of it.
   std::map<Key, std::uint64_t> exempt;
   bool isConfirmed = false;  ///< a transfer of the peer's has swept what this end merely kept
+  bool isMarked = false;     ///< entries may carry the mark of such a transfer
+  unsigned begins = 0;       ///< transfers of the peer's that have begun since the last one that ended
   /// Removals that this end wrote, with the number of the message, until the peer has applied them.
   std::list<std::pair<Key, std::uint64_t>> removals;
   void forgetRemovals(std::uint64_t known) {

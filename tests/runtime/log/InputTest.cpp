@@ -156,6 +156,13 @@ TEST_F(Input, TakesUnknownEnumeratorsAndRefusesWhatElseIsUnknown) {
       {"marker of no kind", "B(11,-2147483648) ~1=3", "",
        r5 + "/vornAclColl/acl[ipv4PAcl:7:in], attribute -2147483648, byte 1 of the message: expected a transaction "
             "marker: one byte, 0 to 2"},
+      {"transfers without end",
+       "B(11,261); B(11,261); B(11,261); B(11,261); B(11,261); B(11,261); B(11,261); B(11,261); "
+       "A(11,261); B(11,261)",
+       "",
+       "received byte 1126" + r5.substr(begin.find(':')) +
+           "/vornAclColl/acl[ipv4PAcl:7:in], attribute ipRuleById, byte "
+           "1 of the message: ipRuleById: a transfer begins after 8 others that have no end"},
       {"the root once more", "(1,136,T,0,0) 'Vorn::RootConfigColl 'rcc 8:3; (7,260,F,1,0) 1:1", "5:active", ""},
       {"another root under its id", "(1,136,T,0,0) 'Vorn::RootConfigColl 'other 8:3", "",
        begin + "id 1, attribute 136: entity id 3: expected a new id of the peer, above 13"},
@@ -183,16 +190,17 @@ TEST_F(Input, TakesUnknownEnumeratorsAndRefusesWhatElseIsUnknown) {
   }
 }
 
-TEST_F(Input, SyncModeIsTakenAndChangesNothing) {
+TEST_F(Input, SyncModeIsTakenForItsConnection) {
   start();
   link->receive(M, wire("(11,135,T,0,0) 4:2"));
   EXPECT_EQ(adapter(11)->syncMode(), Kro::StreamAdapter::syncModeWhole);
-  EXPECT_FALSE(adapter(11)->is(Sa::mutedBit | Sa::applyingBit));
-  link->receive(M, wire("(11,135,T,0,0) 4:1"));
-  EXPECT_EQ(adapter(11)->syncMode(), Kro::StreamAdapter::syncModeOn);
   EXPECT_EQ(adapter(9)->syncMode(), Kro::StreamAdapter::syncModeOff);
-  EXPECT_EQ(lastError() + journal.take() + saidM(), "");
-  EXPECT_EQ(rulesOf(*acl()), "12") << "without a transfer nothing is swept";
+  watch->rethrows = true;
+  run("{5v7 throw }");
+  EXPECT_THROW(link->receive(M, wire("(11,135,T,0,0) 4:1")), std::runtime_error);
+  EXPECT_EQ(rulesOf(*acl()), "") << "what an observer throws ends no sweep";
+  run("M r9=9");
+  EXPECT_EQ(saidM(), "(11,261,T,0,0) 9.0.0 ttl=9") << "and silences nobody";
   link->receive(M, wire("(11,135,T,0,0) 4:3"));
   EXPECT_NE(lastError().find("SyncMode"), std::string::npos) << lastError();
 }
@@ -254,7 +262,8 @@ TEST_F(Input, IsNotAppliedWithinItself) {
 
 TEST_F(Input, MarkersSweepWhatIsNotRepeated) {
   std::string const set1 = "(11,261,T,0,0) @1 R1; ", set2 = "(11,261,T,0,0) @2 R2; ", begin = "B(11,261); ",
-                    end = "E(11,261)", gone = "5v7:ip(2.0.0)";
+                    end = "E(11,261)", gone = "5v7:ip(2.0.0)", often = begin + begin + begin,
+                    whole = "(11,135,T,0,0) 4:2; ", on = "(11,135,T,0,0) 4:1; ";
   struct Case {
     char const* what;
     std::string messages, script, more;  ///< received, done by M or when its observers are told, received
@@ -266,6 +275,9 @@ TEST_F(Input, MarkersSweepWhatIsNotRepeated) {
       {"aborted", begin + set1 + "A(11,261)", "", end, "", "12"},
       {"end without begin", "", "", end, "", "12"},
       {"begun twice", begin + set1 + begin + set2, "", end, "5v7:ip(1.0.0)", "2"},
+      {"begun often",
+       often + often + set2 + "A(11,261); B(11,262); E(11,262); " + begin + set2 + end + "; " + often + often, "",
+       set2 + end, "5v7:ip(1.0.0)", "2"},
       {"removed in between", begin + set1 + "(11,-261,T,0,0) @2", "", end, gone, "1"},
       {"end of another collection", begin, "", "E(11,262)", "", "12"},
       // Nobody is told of a set that changes nothing, so it keeps nothing that the sender does not have.
@@ -275,6 +287,14 @@ TEST_F(Input, MarkersSweepWhatIsNotRepeated) {
       {"members", "B(3,258); (3,258,T,0,151) 4:6 2:2 8:5; E(3,258)", "", "", "c:config(5)", "12"},
       {"references", "B(3,259)", "", "E(3,259)", "c:failed(1)", "12"},
       {"keys and ACLs", "B(13,258); E(13,258)", "", "B(9,258); E(9,258)", "5p:key(ip:k) " + acl7, "12"},
+      // The sync mode begins and ends a transfer of the whole entity, but for a collection that has a transfer open.
+      {"mode: one left out", whole + set1, "", on, gone, "1"},
+      {"mode: not begun", "", "", on, "", "12"},
+      {"mode: ends within a transfer", begin + set1, "", on + set2 + end, "", "12"},
+      {"mode: within a transfer", begin + set1 + whole, "", set2 + end + "; " + on, "", "12"},
+      {"mode: a transfer within it", whole + begin, "", set1 + on + end, gone, "1"},
+      {"mode: what goes is set again", whole, "{5v7 r1=9 }", on, "5v7:ip(1.0.0) 5v7:ip(1.0.0) " + gone, "1",
+       "(11,261,T,0,0) 1.0.0 ttl=9"},
       // Observers of a sweep do as they please.
       {"set again what goes", "", "{5v7 r1=9 }", begin + end, "5v7:ip(1.0.0) 5v7:ip(1.0.0) " + gone, "1",
        "(11,261,T,0,0) 1.0.0 ttl=9"},
