@@ -2,21 +2,11 @@
 
 #include <algorithm>
 
-#include "GenRange/GenRangeRegistration.h"
+#include "runtime/reflection/TypeObjects.h"
 
-template <>
-Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::GenRange>::_fwkType() {
-  return detail::valueType<Vorn::GenRange>(&Vorn::kroInitGenRange);
-}
 template class Kro::Value<Vorn::GenRange>;
 
 namespace Vorn {
-
-GenRange::GenRange(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) {
-  Kro::readRecord(*this, it, end);
-}
-
-GenRange::GenRange(Kro::NboAttrLog::In* in, Kro::StreamBogon) : GenRange(Kro::NboAttrLog::nextValue<GenRange>(*in)) {}
 
 void GenRange::require(bool allowed, char const* operation) {
   if (!allowed) {

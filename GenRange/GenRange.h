@@ -17,8 +17,8 @@ class VORNACL_API GenRange : public Kro::Value<GenRange> {
   GenRange() = default;
   GenRange(L4PortRange l4PortRange, Dorix::IpGenPrefix const& ipGenPrefix, GenRangeType genRangeType)
       : l4PortRange_(l4PortRange), ipGenPrefix_(ipGenPrefix), genRangeType_(genRangeType) {}
-  GenRange(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end);
-  GenRange(Kro::NboAttrLog::In* in, Kro::StreamBogon);
+  GenRange(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readRecord(it, end); }
+  GenRange(Kro::NboAttrLog::In* in, Kro::StreamBogon) { readLog(*in); }
 
   L4PortRange l4PortRange() const { return l4PortRange_; }
   Dorix::IpGenPrefix const& ipGenPrefix() const { return ipGenPrefix_; }

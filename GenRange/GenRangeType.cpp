@@ -1,16 +1,13 @@
 #include "GenRange/GenRangeType.h"
 
-#include "GenRange/GenRangeRegistration.h"
+#include "runtime/reflection/TypeObjects.h"
 
-template <>
-VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::GenRangeType>() {
-  return detail::enumerationTypeOf<Vorn::GenRangeType>(&Vorn::kroInitGenRange);
-}
+template VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::GenRangeType>();
 
 namespace Vorn {
 
-GenRangeType GenRangeTypeInstance(unsigned number) { return Kro::enumeratorOf<GenRangeType>(number); }
-GenRangeType GenRangeTypeInstance(Kro::String8 const& name) { return Kro::enumeratorOf<GenRangeType>(name); }
-Kro::Ptr<Kro::KroType const> _fwkType_GenRangeType() { return Kro::enumerationType<GenRangeType>(); }
+Kro::Ptr<GenRangeType_GenericIf_> GenRangeType_GenericIf_Is(GenRangeType value, bool isConst) {
+  return GenRangeType_GenericIf_::GenericIf_Is(value, isConst);
+}
 
 }  // namespace Vorn

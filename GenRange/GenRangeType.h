@@ -1,7 +1,7 @@
 // The kind of a generic range.
 #pragma once
 
-#include "GenRange/VornNames.h"
+#include "Vorn/Names.h"
 
 namespace Vorn {
 
@@ -13,14 +13,17 @@ enum GenRangeType : std::int32_t {
 };
 
 constexpr auto kroEnumerators(GenRangeType) {
-  return Kro::Enumerators<GenRangeType, 3>{
-      "Vorn::GenRangeType", {{{unknownRange, "unknownRange"}, {ipRange, "ipRange"}, {portRange, "portRange"}}}};
+  return Kro::enumerators<GenRangeType>(
+      "Vorn::GenRangeType", {{unknownRange, "unknownRange"}, {ipRange, "ipRange"}, {portRange, "portRange"}});
 }
 
 /// The enumerator of a number or a name; any other throws `RangeException` "GenRangeType".
-VORNACL_API GenRangeType GenRangeTypeInstance(unsigned number);
-VORNACL_API GenRangeType GenRangeTypeInstance(Kro::String8 const& name);
-/// The type object.
-VORNACL_API Kro::Ptr<Kro::KroType const> _fwkType_GenRangeType();
+inline GenRangeType GenRangeTypeInstance(unsigned number) { return Kro::enumeratorOf<GenRangeType>(number); }
+inline GenRangeType GenRangeTypeInstance(Kro::String8 const& name) { return Kro::enumeratorOf<GenRangeType>(name); }
+/// The type object, and the class of it and of reflection objects: `runtime/reflection/ValueReflection.h`.
+inline Kro::Ptr<Kro::KroType const> _fwkType_GenRangeType() { return Kro::enumerationType<GenRangeType>(); }
+using GenRangeType_GenericIf_ = Kro::ValueGenericIf<GenRangeType>;
+using GenRangeType__Type = Kro::ValueTypeOf<GenRangeType>;
+VORNACL_API Kro::Ptr<GenRangeType_GenericIf_> GenRangeType_GenericIf_Is(GenRangeType value, bool isConst);
 
 }  // namespace Vorn

@@ -1,21 +1,10 @@
 #include "GenRange/L4PortRange.h"
 
-#include "GenRange/GenRangeRegistration.h"
+#include "runtime/reflection/TypeObjects.h"
 
-template <>
-Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::L4PortRange>::_fwkType() {
-  return detail::valueType<Vorn::L4PortRange>(&Vorn::kroInitGenRange);
-}
 template class Kro::Value<Vorn::L4PortRange>;
 
 namespace Vorn {
-
-L4PortRange::L4PortRange(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) {
-  Kro::readRecord(*this, it, end);
-}
-
-L4PortRange::L4PortRange(Kro::NboAttrLog::In* in, Kro::StreamBogon)
-    : L4PortRange(Kro::NboAttrLog::nextValue<L4PortRange>(*in)) {}
 
 bool L4PortRange::partiallyOverlaps(L4PortRange pr) const {
   if (pr.rangeStart_ == rangeStart_) {

@@ -1,7 +1,7 @@
 // An inclusive range of layer-4 ports.
 #pragma once
 
-#include "GenRange/VornNames.h"
+#include "Vorn/Names.h"
 #include "platform/Dorix/Port.h"
 
 namespace Vorn {
@@ -13,8 +13,8 @@ class VORNACL_API L4PortRange : public Kro::Value<L4PortRange> {
  public:
   L4PortRange() = default;
   L4PortRange(Dorix::Port rangeStart, Dorix::Port rangeEnd) : rangeStart_(rangeStart), rangeEnd_(rangeEnd) {}
-  L4PortRange(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end);
-  L4PortRange(Kro::NboAttrLog::In* in, Kro::StreamBogon);
+  L4PortRange(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readRecord(it, end); }
+  L4PortRange(Kro::NboAttrLog::In* in, Kro::StreamBogon) { readLog(*in); }
 
   /// First port of the range.
   Dorix::Port rangeStart() const { return rangeStart_; }

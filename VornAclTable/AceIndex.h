@@ -1,7 +1,7 @@
 // The position of a rule in an ACL.
 #pragma once
 
-#include "GenRange/VornNames.h"
+#include "Vorn/Names.h"
 
 namespace Vorn {
 
@@ -15,8 +15,8 @@ class VORNACL_API AceIndex : public Kro::Value<AceIndex> {
   AceIndex() = default;
   AceIndex(std::uint32_t ruleId, std::uint32_t subRuleId, std::uint32_t subIndex)
       : ruleId_(ruleId), subRuleId_(subRuleId), subIndex_(subIndex) {}
-  AceIndex(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end);
-  AceIndex(Kro::NboAttrLog::In* in, Kro::StreamBogon);
+  AceIndex(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readRecord(it, end); }
+  AceIndex(Kro::NboAttrLog::In* in, Kro::StreamBogon) { readLog(*in); }
 
   std::uint32_t ruleId() const { return ruleId_; }
   std::uint32_t subRuleId() const { return subRuleId_; }

@@ -1,16 +1,8 @@
 #include "VornAclTable/IpFilter.h"
 
-#include "VornAclTable/VornAclTableRegistration.h"
+#include "runtime/reflection/TypeObjects.h"
 
-template <>
-Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::IpFilter::TcpFlag>::_fwkType() {
-  return detail::valueType<Vorn::IpFilter::TcpFlag>(&Vorn::kroInitVornAclTable);
-}
 template class Kro::Value<Vorn::IpFilter::TcpFlag>;
-template <>
-Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::IpFilter>::_fwkType() {
-  return detail::valueType<Vorn::IpFilter>(&Vorn::kroInitVornAclTable);
-}
 template class Kro::Value<Vorn::IpFilter>;
 
 namespace Vorn {
@@ -35,18 +27,9 @@ void appendFlags(std::string& text, std::uint32_t value) {
 
 }  // namespace
 
-IpFilter::TcpFlag::TcpFlag(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) {
-  Kro::readRecord(*this, it, end);
-}
-
 void IpFilter::TcpFlag::throwOutOfRange() { Kro::throwRangeException("TcpFlag::value > 0x3f not allowed"); }
 
 IpFilter::IpFilter() = default;
-IpFilter::IpFilter(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) {
-  Kro::readRecord(*this, it, end);
-}
-IpFilter::IpFilter(Kro::NboAttrLog::In* in, Kro::StreamBogon) : IpFilter(Kro::NboAttrLog::nextValue<IpFilter>(*in)) {}
-
 void IpFilter::dscpIs(std::uint8_t v) {
   if (v == dscp_) {
     return;

@@ -22,8 +22,8 @@ class VORNACL_API IpFilter : public Kro::Value<IpFilter> {
   static constexpr std::uint8_t icmpLen = 16;
 
   IpFilter();
-  IpFilter(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end);
-  IpFilter(Kro::NboAttrLog::In* in, Kro::StreamBogon);
+  IpFilter(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readRecord(it, end); }
+  IpFilter(Kro::NboAttrLog::In* in, Kro::StreamBogon) { readLog(*in); }
 
   Dorix::IpGenPrefix const& source() const { return source_; }
   Dorix::IpGenPrefix const& destination() const { return destination_; }
@@ -108,7 +108,7 @@ class VORNACL_API IpFilter : public Kro::Value<IpFilter> {
     constexpr TcpFlag() = default;
     /// Throws `RangeException` for a value above 63.
     constexpr explicit TcpFlag(std::uint32_t value) : value_(checked(value)) {}
-    TcpFlag(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end);
+    TcpFlag(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readRecord(it, end); }
     /// Reads the value without a check.
     TcpFlag(Kro::NboAttrLog::In* in, Kro::StreamBogon) : value_(in->nextU32()) {}
 
@@ -180,6 +180,7 @@ inline constexpr IpFilter::TcpFlag IpFilter::TcpFlag::kroEmpty(0);
 
 struct IpFilter::TcpFlag::Attributes {
   using T = TcpFlag;
+  using Within = IpFilter;
   static constexpr std::string_view typeName = "Vorn::IpFilter::TcpFlag";
   static constexpr auto all = Kro::list(
       Kro::bit(2, "fin", &T::fin, &T::finIs), Kro::bit(3, "syn", &T::syn, &T::synIs),
@@ -194,7 +195,6 @@ static_assert(Kro::isWhollyDescribed<IpFilter::TcpFlag>());
 
 struct IpFilter::Attributes {
   using T = IpFilter;
-  using Nested = TcpFlag;
   static constexpr std::string_view typeName = "Vorn::IpFilter";
   static constexpr auto all = Kro::list(
       Kro::stored(2, "source", &T::source_, &T::sourceIs),

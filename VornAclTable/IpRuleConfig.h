@@ -12,8 +12,8 @@ class VORNACL_API IpRuleConfig : public RuleConfig<IpRuleConfig, IpFilter> {
   static constexpr std::string_view kroTypeName = "Vorn::IpRuleConfig";
 
   IpRuleConfig() = default;
-  IpRuleConfig(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end);
-  IpRuleConfig(Kro::NboAttrLog::In* in, Kro::StreamBogon);
+  IpRuleConfig(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readRecord(it, end); }
+  IpRuleConfig(Kro::NboAttrLog::In* in, Kro::StreamBogon) { readLog(*in); }
 
   bool operator==(IpRuleConfig const&) const = default;
 };

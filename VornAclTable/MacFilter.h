@@ -1,7 +1,7 @@
 // The match part of a MAC rule.
 #pragma once
 
-#include "GenRange/VornNames.h"
+#include "Vorn/Names.h"
 #include "platform/Dorix/EthAddr.h"
 
 namespace Vorn {
@@ -14,8 +14,8 @@ class VORNACL_API MacFilter : public Kro::Value<MacFilter> {
   static constexpr std::uint32_t protoAll = 0xffffffff;
 
   MacFilter() = default;
-  MacFilter(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end);
-  MacFilter(Kro::NboAttrLog::In* in, Kro::StreamBogon);
+  MacFilter(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readRecord(it, end); }
+  MacFilter(Kro::NboAttrLog::In* in, Kro::StreamBogon) { readLog(*in); }
 
   Dorix::EthAddr sourceAddr() const { return sourceAddr_; }
   Dorix::EthAddr sourceMask() const { return sourceMask_; }

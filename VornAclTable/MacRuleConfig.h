@@ -12,8 +12,8 @@ class VORNACL_API MacRuleConfig : public RuleConfig<MacRuleConfig, MacFilter> {
   static constexpr std::string_view kroTypeName = "Vorn::MacRuleConfig";
 
   MacRuleConfig() = default;
-  MacRuleConfig(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end);
-  MacRuleConfig(Kro::NboAttrLog::In* in, Kro::StreamBogon);
+  MacRuleConfig(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readRecord(it, end); }
+  MacRuleConfig(Kro::NboAttrLog::In* in, Kro::StreamBogon) { readLog(*in); }
 
   bool operator==(MacRuleConfig const&) const = default;
 };

@@ -1,7 +1,7 @@
 // What IP and MAC rules share: a filter, the action on a match, and whether matches are logged and counted.
 #pragma once
 
-#include "GenRange/VornNames.h"
+#include "Vorn/Names.h"
 #include "platform/Acl/Action.h"
 
 namespace Vorn {

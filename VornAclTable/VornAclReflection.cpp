@@ -1,16 +1,13 @@
 #include "VornAclTable/VornAclReflection.h"
 
-#include "VornAclTable/VornAclTableRegistration.h"
 #include "runtime/reflection/EntityReflectionOps.h"
 
 namespace Vorn {
 
-Kro::Ptr<Kro::KroType const> VornAcl::_fwkType() { return Kro::detail::entityTypeOf<VornAcl>(&kroInitVornAclTable); }
-Kro::Ptr<Kro::KroType const> VornAclColl::_fwkType() {
-  return Kro::detail::entityTypeOf<VornAclColl>(&kroInitVornAclTable);
-}
+Kro::Ptr<Kro::KroType const> VornAcl::_fwkType() { return Kro::detail::entityTypeOf<VornAcl>(); }
+Kro::Ptr<Kro::KroType const> VornAclColl::_fwkType() { return Kro::detail::entityTypeOf<VornAclColl>(); }
 Kro::Ptr<Kro::KroType const> AclKeyToAclIdMapping::_fwkType() {
-  return Kro::detail::entityTypeOf<AclKeyToAclIdMapping>(&kroInitVornAclTable);
+  return Kro::detail::entityTypeOf<AclKeyToAclIdMapping>();
 }
 
 Kro::Ptr<Kro::Entity::KroNboAttrLogSa> VornAclColl::_Type::childAttrLogIs(

@@ -1,11 +1,7 @@
 #include "VornAclTypes/AclId.h"
 
-#include "VornAclTypes/VornAclTypesRegistration.h"
+#include "runtime/reflection/TypeObjects.h"
 
-template <>
-Kro::Ptr<Kro::KroType const> Kro::Value<Vorn::AclId>::_fwkType() {
-  return detail::valueType<Vorn::AclId>(&Vorn::kroInitVornAclTypes);
-}
 template class Kro::Value<Vorn::AclId>;
 
 namespace Vorn {
@@ -44,8 +40,6 @@ AclId::AclId(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const&
     throw Kro::RangeException("Invalid AclId");
   }
 }
-
-AclId::AclId(Kro::NboAttrLog::In* in, Kro::StreamBogon) : AclId(Kro::NboAttrLog::nextValue<AclId>(*in)) {}
 
 void AclId::strepTo(std::string& text) const {
   text += stringValue(tableType_).view();

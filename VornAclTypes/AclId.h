@@ -19,7 +19,7 @@ class VORNACL_API AclId : public Kro::Value<AclId> {
   /// Reads the two-part text up to `end`. Throws `RangeException` "Invalid AclId", "TableType" or "Invalid AclId:
   /// ChipRuleListId out of range".
   AclId(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end);
-  AclId(Kro::NboAttrLog::In* in, Kro::StreamBogon);
+  AclId(Kro::NboAttrLog::In* in, Kro::StreamBogon) { readLog(*in); }
 
   TableType tableType() const { return tableType_; }
   ChipRuleListId chipRuleListId() const { return chipRuleListId_; }

@@ -1,7 +1,7 @@
 // The number of a chip.
 #pragma once
 
-#include "GenRange/VornNames.h"
+#include "Vorn/Names.h"
 
 namespace Vorn {
 
@@ -10,8 +10,8 @@ class VORNACL_API ChipId : public Kro::Value<ChipId> {
  public:
   ChipId() = default;
   ChipId(std::uint16_t value) : value_(value) {}
-  ChipId(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end);
-  ChipId(Kro::NboAttrLog::In* in, Kro::StreamBogon);
+  ChipId(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readBareNumber(it, end); }
+  ChipId(Kro::NboAttrLog::In* in, Kro::StreamBogon) { readLog(*in); }
 
   std::uint16_t value() const { return value_; }
   void strepTo(std::string& text) const { Kro::appendInteger(text, value_); }

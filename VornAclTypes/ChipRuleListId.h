@@ -1,7 +1,7 @@
 // The number of a rule list within a hardware table.
 #pragma once
 
-#include "GenRange/VornNames.h"
+#include "Vorn/Names.h"
 
 namespace Vorn {
 
@@ -14,8 +14,8 @@ class VORNACL_API ChipRuleListId : public Kro::Value<ChipRuleListId> {
 
   ChipRuleListId() = default;
   ChipRuleListId(std::uint8_t value) : value_(value) {}
-  ChipRuleListId(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end);
-  ChipRuleListId(Kro::NboAttrLog::In* in, Kro::StreamBogon);
+  ChipRuleListId(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readBareNumber(it, end); }
+  ChipRuleListId(Kro::NboAttrLog::In* in, Kro::StreamBogon) { readLog(*in); }
 
   std::uint8_t value() const { return value_; }
   void valueIs(std::uint8_t value) { value_ = value; }

@@ -1,16 +1,13 @@
 #include "VornAclTypes/TableType.h"
 
-#include "VornAclTypes/VornAclTypesRegistration.h"
+#include "runtime/reflection/TypeObjects.h"
 
-template <>
-VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::TableType>() {
-  return detail::enumerationTypeOf<Vorn::TableType>(&Vorn::kroInitVornAclTypes);
-}
+template VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::TableType>();
 
 namespace Vorn {
 
-TableType TableTypeInstance(unsigned number) { return Kro::enumeratorOf<TableType>(number); }
-TableType TableTypeInstance(Kro::String8 const& name) { return Kro::enumeratorOf<TableType>(name); }
-Kro::Ptr<Kro::KroType const> _fwkType_TableType() { return Kro::enumerationType<TableType>(); }
+Kro::Ptr<TableType_GenericIf_> TableType_GenericIf_Is(TableType value, bool isConst) {
+  return TableType_GenericIf_::GenericIf_Is(value, isConst);
+}
 
 }  // namespace Vorn

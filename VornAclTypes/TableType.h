@@ -1,7 +1,7 @@
 // The kinds of hardware ACL tables.
 #pragma once
 
-#include "GenRange/VornNames.h"
+#include "Vorn/Names.h"
 
 namespace Vorn {
 
@@ -16,19 +16,21 @@ enum TableType : std::int32_t {
 };
 
 constexpr auto kroEnumerators(TableType) {
-  return Kro::Enumerators<TableType, 6>{"Vorn::TableType",
-                                        {{{invalid, "invalid"},
-                                          {ipv4PAcl, "ipv4PAcl"},
-                                          {ipv4RAcl, "ipv4RAcl"},
-                                          {ipv6PAcl, "ipv6PAcl"},
-                                          {ipv6RAcl, "ipv6RAcl"},
-                                          {macAcl, "macAcl"}}}};
+  return Kro::enumerators<TableType>("Vorn::TableType", {{invalid, "invalid"},
+                                                         {ipv4PAcl, "ipv4PAcl"},
+                                                         {ipv4RAcl, "ipv4RAcl"},
+                                                         {ipv6PAcl, "ipv6PAcl"},
+                                                         {ipv6RAcl, "ipv6RAcl"},
+                                                         {macAcl, "macAcl"}});
 }
 
 /// The enumerator of a number or a name; any other throws `RangeException` "TableType".
-VORNACL_API TableType TableTypeInstance(unsigned number);
-VORNACL_API TableType TableTypeInstance(Kro::String8 const& name);
-/// The type object.
-VORNACL_API Kro::Ptr<Kro::KroType const> _fwkType_TableType();
+inline TableType TableTypeInstance(unsigned number) { return Kro::enumeratorOf<TableType>(number); }
+inline TableType TableTypeInstance(Kro::String8 const& name) { return Kro::enumeratorOf<TableType>(name); }
+/// The type object, and the class of it and of reflection objects: `runtime/reflection/ValueReflection.h`.
+inline Kro::Ptr<Kro::KroType const> _fwkType_TableType() { return Kro::enumerationType<TableType>(); }
+using TableType_GenericIf_ = Kro::ValueGenericIf<TableType>;
+using TableType__Type = Kro::ValueTypeOf<TableType>;
+VORNACL_API Kro::Ptr<TableType_GenericIf_> TableType_GenericIf_Is(TableType value, bool isConst);
 
 }  // namespace Vorn

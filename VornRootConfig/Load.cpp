@@ -1,49 +1,35 @@
-// What happens when the library is loaded: the model sources are placed and registered, in this order. One initialiser
-// runs them all, since those of several translation units have no order among each other.
-#include "GenRange/GenRangeRegistration.h"
-#include "VornAclTable/VornAclTableRegistration.h"
-#include "VornAclTypes/VornAclTypesRegistration.h"
-#include "VornRootConfig/VornRootConfigRegistration.h"
+// What happens when the library is loaded: the types of the model are placed and registered, source by source. One
+// initialiser does it all, since those of several translation units have no order among each other.
+#include "runtime/reflection/Load.h"
+
+#include "GenRange/GenRange.h"
+#include "VornAclTable/VornAclReflection.h"
+#include "VornAclTable/VornAclTable.h"
+#include "VornAclTypes/VornAclTypes.h"
+#include "VornRootConfig/VornRootConfig.h"
+#include "VornRootConfig/VornRootConfigReflection.h"
 
 namespace Vorn {
 
+void kroInitGenRange() { Kro::registerSource(GenRangeTypes(), "Vorn"); }
+void kroInitVornAclTypes() { Kro::registerSource(VornAclTypesTypes(), "Vorn"); }
+void kroInitVornAclTable() { Kro::registerSource(VornAclTableTypes(), "Vorn"); }
+void kroInitVornRootConfig() { Kro::registerSource(VornRootConfigTypes(), "Vorn"); }
+
 namespace {
 
+using Types = decltype(kroModel(nullptr));
+
 struct Load {
-  Load() {
-    kroLoadGenRange();
-    kroLoadVornAclTypes();
-    kroLoadVornAclTable();
-    kroLoadVornRootConfig();
-  }
+  Load() { Kro::loadModel(Types()); }
 };
 
 Load const load;
 
-// The full names of the library's types, for tools that look into its file: NUL-terminated, nothing between them, and
-// referred to from nowhere.
+// The full names of the library's types, for tools that look into its file: nothing between them, and referred to from
+// nowhere.
 #if defined(__GNUC__) && defined(__ELF__)
-[[gnu::used, gnu::retain, gnu::section(".kro.type")]] char const typeNames[] =
-    "Vorn::GenRange\0"
-    "Vorn::GenRangeType\0"
-    "Vorn::L4PortRange\0"
-    "Vorn::AclId\0"
-    "Vorn::TableType\0"
-    "Vorn::ChipRuleListId\0"
-    "Vorn::ChipId\0"
-    "Vorn::AclKeyToAclIdMapping\0"
-    "Vorn::VornAclColl\0"
-    "Vorn::VornAcl\0"
-    "Vorn::MacRuleConfig\0"
-    "Vorn::MacFilter\0"
-    "Vorn::IpRuleConfig\0"
-    "Vorn::IpFilter\0"
-    "Vorn::AceIndex\0"
-    "Vorn::IpFilter::TcpFlag\0"
-    "Vorn::RootConfigColl\0"
-    "Vorn::RootConfig\0"
-    "Vorn::RootAction";
-static_assert(sizeof typeNames == 337);
+[[gnu::used, gnu::retain, gnu::section(".kro.type")]] constexpr auto typeNames = Kro::typeNamesOf(Types());
 #endif
 
 }  // namespace

@@ -1,16 +1,13 @@
 #include "VornRootConfig/RootAction.h"
 
-#include "VornRootConfig/VornRootConfigRegistration.h"
+#include "runtime/reflection/TypeObjects.h"
 
-template <>
-VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::RootAction>() {
-  return detail::enumerationTypeOf<Vorn::RootAction>(&Vorn::kroInitVornRootConfig);
-}
+template VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Vorn::RootAction>();
 
 namespace Vorn {
 
-RootAction RootActionInstance(unsigned number) { return Kro::enumeratorOf<RootAction>(number); }
-RootAction RootActionInstance(Kro::String8 const& name) { return Kro::enumeratorOf<RootAction>(name); }
-Kro::Ptr<Kro::KroType const> _fwkType_RootAction() { return Kro::enumerationType<RootAction>(); }
+Kro::Ptr<RootAction_GenericIf_> RootAction_GenericIf_Is(RootAction value, bool isConst) {
+  return RootAction_GenericIf_::GenericIf_Is(value, isConst);
+}
 
 }  // namespace Vorn

@@ -1,16 +1,11 @@
 #include "VornRootConfig/VornRootConfigReflection.h"
 
-#include "VornRootConfig/VornRootConfigRegistration.h"
 #include "runtime/reflection/EntityReflectionOps.h"
 
 namespace Vorn {
 
-Kro::Ptr<Kro::KroType const> RootConfig::_fwkType() {
-  return Kro::detail::entityTypeOf<RootConfig>(&kroInitVornRootConfig);
-}
-Kro::Ptr<Kro::KroType const> RootConfigColl::_fwkType() {
-  return Kro::detail::entityTypeOf<RootConfigColl>(&kroInitVornRootConfig);
-}
+Kro::Ptr<Kro::KroType const> RootConfig::_fwkType() { return Kro::detail::entityTypeOf<RootConfig>(); }
+Kro::Ptr<Kro::KroType const> RootConfigColl::_fwkType() { return Kro::detail::entityTypeOf<RootConfigColl>(); }
 
 Kro::Ptr<Kro::Entity::KroNboAttrLogSa> RootConfig::_Type::childAttrLogIs(
     Kro::Name const& attribute, Kro::Ptr<Kro::Entity> const& child, Kro::Ptr<Kro::NboAttrLog::Out> const& out) const {

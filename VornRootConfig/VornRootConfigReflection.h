@@ -14,13 +14,6 @@ extern template class EntityGenericIfOf<Vorn::RootConfigColl>;
 
 namespace Vorn {
 
-/// Reflection of `RootAction`.
-using RootAction_GenericIf_ = Kro::ValueGenericIf<RootAction>;
-using RootAction__Type = Kro::ValueTypeOf<RootAction>;
-inline Kro::Ptr<RootAction_GenericIf_> RootAction_GenericIf_Is(RootAction value, bool isConst) {
-  return RootAction_GenericIf_::GenericIf_Is(value, isConst);
-}
-
 /// Reflects a `RootConfig`. Derive from it and override `onAttribute` to hear changes.
 class VORNACL_API RootConfig::GenericIf_ : public Kro::EntityGenericIfOf<RootConfig> {
  public:

@@ -1,4 +1,4 @@
-set(VORNACL_FOLDERS runtime platform GenRange VornAclTypes VornAclTable VornRootConfig)
+set(VORNACL_FOLDERS runtime platform Vorn GenRange VornAclTypes VornAclTable VornRootConfig)
 list(TRANSFORM VORNACL_FOLDERS APPEND "/*.cpp" OUTPUT_VARIABLE vornacl_globs)
 file(GLOB_RECURSE vornacl_sources CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}" ${vornacl_globs})
 if(NOT vornacl_sources)

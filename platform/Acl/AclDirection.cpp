@@ -1,11 +1,8 @@
 #include "platform/Acl/AclDirection.h"
 
-#include "platform/TypeObject.h"
+#include "runtime/reflection/TypeObjects.h"
 
-template <>
-VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::AclDirection>() {
-  return detail::enumerationTypeOf<Acl::AclDirection>(nullptr);
-}
+template VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::AclDirection>();
 
 namespace Acl {
 

@@ -1,11 +1,8 @@
 #include "platform/Acl/AclType.h"
 
-#include "platform/TypeObject.h"
+#include "runtime/reflection/TypeObjects.h"
 
-template <>
-VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::AclType>() {
-  return detail::enumerationTypeOf<Acl::AclType>(nullptr);
-}
+template VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::AclType>();
 
 namespace Acl {
 

@@ -1,11 +1,8 @@
 #include "platform/Acl/Action.h"
 
-#include "platform/TypeObject.h"
+#include "runtime/reflection/TypeObjects.h"
 
-template <>
-VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::Action>() {
-  return detail::enumerationTypeOf<Acl::Action>(nullptr);
-}
+template VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Acl::Action>();
 
 namespace Acl {
 

@@ -1,11 +1,8 @@
 #include "platform/Dorix/IpProtocolNumber.h"
 
-#include "platform/TypeObject.h"
+#include "runtime/reflection/TypeObjects.h"
 
-template <>
-VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Dorix::IpProtocolNumber>() {
-  return detail::enumerationTypeOf<Dorix::IpProtocolNumber>(nullptr);
-}
+template VORNACL_API Kro::Ptr<Kro::KroType const> Kro::enumerationType<Dorix::IpProtocolNumber>();
 
 namespace Dorix {
 

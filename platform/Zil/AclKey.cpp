@@ -1,18 +1,12 @@
 #include "platform/Zil/AclKey.h"
 
-#include "runtime/reflection/ValueReflection.h"
+#include "runtime/reflection/TypeObjects.h"
 
-template <>
-Kro::Ptr<Kro::KroType const> Kro::Value<Zil::AclKey>::_fwkType() {
-  return detail::valueType<Zil::AclKey>(nullptr);
-}
 template class Kro::Value<Zil::AclKey>;
 
 namespace Zil {
 
-AclKey::AclKey(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) {
-  Kro::readRecord(*this, it, end);
-}
+AclKey::AclKey(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readRecord(it, end); }
 
 Kro::String8 AclKey::toStr() const { return Kro::stringValue(aclType_) + ":" + aclName_; }
 

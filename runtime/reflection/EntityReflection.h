@@ -298,10 +298,10 @@ class VORNACL_API ReflectedEntityType : public EntityTypeOf<X> {
 
 namespace detail {
 
-/// The type object of entity type `X`; `registration` is the function of the source that declares it.
+/// The type object of entity type `X`.
 template <class X>
-Ptr<KroType const> entityTypeOf(void (*registration)()) {
-  return slottedType<X, typename X::_Type>(registration);
+Ptr<KroType const> entityTypeOf() {
+  return slottedType<X, typename X::_Type>(registrationOf<X>());
 }
 
 }  // namespace detail

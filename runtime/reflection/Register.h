@@ -8,6 +8,7 @@
 #include "runtime/entity/EntityAttributes.h"
 #include "runtime/reflection/IntrospectionReactor.h"
 #include "runtime/reflection/ValueReflection.h"
+#include "runtime/type/Model.h"
 
 namespace Kro {
 
@@ -86,13 +87,14 @@ struct OperationRegistrar<R (C::*)(A...)> : OperationRegistrar<R (C::*)(A...) co
 template <class X>
 void registerValue(IntrospectionReactor& reactor);
 
+template <class X, class T>
+inline constexpr bool isNestedIn = !std::is_same_v<X, T> && std::is_same_v<typename Listed<T>::Type, X>;
+
 /// A type nested in `X` is registered just before the first attribute that needs it.
 template <class X, class T>
 void registerNested(IntrospectionReactor& reactor) {
-  if constexpr (requires { typename X::Attributes::Nested; }) {
-    if constexpr (std::is_same_v<typename X::Attributes::Nested, T>) {
-      registerValue<T>(reactor);
-    }
+  if constexpr (isNestedIn<X, T>) {
+    registerValue<T>(reactor);
   }
 }
 
@@ -278,9 +280,17 @@ struct RegistrationSource {
   bool initialised = false;  ///< the load-time initialiser has run
 };
 
-/// What every registration function does: registers `Types` in this order, once, unless the reactor is not ready yet.
-template <class... Types>
-void registerSource(RegistrationSource& source, char const* nameSpace) {
+/// What the source with this registration function keeps.
+template <void (*registration)()>
+RegistrationSource& registrationSource() {
+  static RegistrationSource source;
+  return source;
+}
+
+/// What every registration function does: registers the types of its source, once, unless the reactor is not ready yet.
+template <void (*registration)(), class... Types>
+void registerSource(TypesOf<registration, Types...>, char const* nameSpace) {
+  RegistrationSource& source = registrationSource<registration>();
   if (source.done) {
     return;
   }

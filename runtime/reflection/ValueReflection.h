@@ -1,5 +1,5 @@
 // Reflection of values: built-ins, platform values, enumerations and the model's value types, derived from their
-// attribute lists. Included by the types' .cpp files and by whoever makes reflection objects of values.
+// attribute lists. Included by whoever makes reflection objects of values.
 #pragma once
 
 #include <array>
@@ -9,7 +9,7 @@
 
 #include "runtime/reflection/GenericIf.h"
 #include "runtime/reflection/TypeOf.h"
-#include "runtime/value/ValueOps.h"
+#include "runtime/value/Value.h"
 
 namespace Kro {
 
@@ -321,21 +321,6 @@ Ptr<GenericIf> ValueGenericIf<T>::attributeOp(AttributeOp const& op, Ptr<Generic
 }
 
 // --- type objects ---
-
-namespace detail {
-
-/// The type object of value type `X`; `registration` is the function of the source that declares it.
-template <class X>
-Ptr<KroType const> valueType(void (*registration)()) {
-  return slottedType<X, ValueTypeOf<X>>(registration, String8(X::Attributes::typeName));
-}
-/// The type object of enumeration `E`.
-template <Enumeration E>
-Ptr<KroType const> enumerationTypeOf(void (*registration)()) {
-  return slottedType<E, ValueTypeOf<E>>(registration, String8(kroEnumerators(E{}).typeName));
-}
-
-}  // namespace detail
 
 template <BuiltinType T>
 Ptr<KroType const> Builtin<T>::_fwkType() {

@@ -29,6 +29,12 @@ struct Enumerators {
   std::array<Enumerator<E>, n> all;
 };
 
+/// The names of an enumeration, as many as there are: `enumerators<E>("Vorn::E", {{one, "one"}, ...})`.
+template <class E, std::size_t n>
+constexpr Enumerators<E, n> enumerators(std::string_view typeName, Enumerator<E> const (&all)[n]) {
+  return {typeName, std::to_array(all)};
+}
+
 /// An enumeration with a table of names.
 template <class E>
 concept Enumeration = std::is_enum_v<E> && std::same_as<std::underlying_type_t<E>, std::int32_t> && requires(E e) {
@@ -75,7 +81,7 @@ E enumeratorOf(String8 const& name) {
   throwRangeException(String8(enumerationName<E>()));
 }
 
-/// The type object of an enumeration, made on first use. Specialized in the enumeration's own .cpp file.
+/// The type object of an enumeration, made on first use. Instantiated in the enumeration's own .cpp file.
 template <Enumeration E>
 VORNACL_API Ptr<KroType const> enumerationType();
 

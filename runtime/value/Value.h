@@ -1,6 +1,7 @@
 // What every value type shares. A value type derives from `Value<itself>`, lists its attributes in a nested struct
 // `Attributes`, defaults its `operator==`, and has two more constructors: from text and from the attribute log. The
-// members that are derived from the list are defined in `ValueOps.h` and instantiated in the type's own .cpp file.
+// members that are derived from the list are instantiated in the type's own .cpp file, which includes
+// `runtime/reflection/TypeObjects.h`.
 #pragma once
 
 #include <iosfwd>
@@ -47,7 +48,6 @@ class VORNACL_API Value {
   void strepTo(std::string& text) const;
   /// The type object of `X`.
   Ptr<KroType const> fwkType() const { return _fwkType(); }
-  /// Specialized in the type's own .cpp file.
   static Ptr<KroType const> _fwkType();
 
   bool operator==(Value const&) const = default;
@@ -63,15 +63,19 @@ class VORNACL_API Value {
   friend bool operator<=(X const& a, X const& b) { return !(b < a); }
   friend bool operator>(X const& a, X const& b) { return !(a <= b); }
   friend bool operator>=(X const& a, X const& b) { return !(a < b); }
+
+ protected:
+  // For the constructors of `X`, whose fields hold their defaults.
+  /// Reads the text form of a record.
+  void readRecord(String8::IteratorConst& it, String8::IteratorConst const& end);
+  /// Reads a bare number into the single attribute `value`, truncated to its width.
+  void readBareNumber(String8::IteratorConst& it, String8::IteratorConst const& end);
+  /// Reads the attribute-log form.
+  void readLog(NboAttrLog::In& in);
+
+ private:
+  X& self() { return static_cast<X&>(*this); }
 };
-
-/// Reads a bare number into a value with the single attribute `value`, truncated to its width.
-template <class X>
-void readBareNumber(X& value, String8::IteratorConst& it, String8::IteratorConst const& end);
-
-/// Reads the text form of a record into `value`, which holds its defaults.
-template <class X>
-void readRecord(X& value, String8::IteratorConst& it, String8::IteratorConst const& end);
 
 /// A value type of the model.
 template <class X>

@@ -82,20 +82,25 @@ void Value<X>::strepTo(std::string& text) const {
 }
 
 template <class X>
-void readRecord(X& value, String8::IteratorConst& it, String8::IteratorConst const& end) {
+void Value<X>::readRecord(String8::IteratorConst& it, String8::IteratorConst const& end) {
   detail::openRecord(it, end, X::Attributes::typeName);
   String8 name;
   for (bool first = true; detail::nextAttribute(it, end, X::Attributes::typeName, first, name); first = false) {
-    detail::readNamedField(value, name, it, end, TextPositions<X>());
+    detail::readNamedField(self(), name, it, end, TextPositions<X>());
   }
-  if constexpr (requires { value.check(); }) {
-    value.check();
+  if constexpr (requires(X & x) { x.check(); }) {
+    self().check();
   }
 }
 
 template <class X>
-void readBareNumber(X& value, String8::IteratorConst& it, String8::IteratorConst const& end) {
-  detail::readNamedField(value, "value", it, end, StoredPositions<X>());
+void Value<X>::readBareNumber(String8::IteratorConst& it, String8::IteratorConst const& end) {
+  detail::readNamedField(self(), "value", it, end, StoredPositions<X>());
+}
+
+template <class X>
+void Value<X>::readLog(NboAttrLog::In& in) {
+  self() = NboAttrLog::nextValue<X>(in);
 }
 
 }  // namespace Kro

@@ -5,13 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include "GenRange/GenRangeRegistration.h"
 #include "VornAcl.h"
 #include "VornAclTable/VornAclReflection.h"
-#include "VornAclTable/VornAclTableRegistration.h"
-#include "VornAclTypes/VornAclTypesRegistration.h"
 #include "VornRootConfig/VornRootConfigReflection.h"
-#include "VornRootConfig/VornRootConfigRegistration.h"
 
 namespace {
 
@@ -20,14 +16,16 @@ using Kro::KroType;
 
 struct Source {
   void (*init)();
-  Kro::RegistrationSource& (*kept)();
+  Kro::RegistrationSource& kept;
 };
 
+template <void (*init)()>
+Source source() {
+  return {init, Kro::registrationSource<init>()};
+}
 std::vector<Source> sources() {
-  return {{Vorn::kroInitGenRange, Vorn::kroSourceOfGenRange},
-          {Vorn::kroInitVornAclTypes, Vorn::kroSourceOfVornAclTypes},
-          {Vorn::kroInitVornAclTable, Vorn::kroSourceOfVornAclTable},
-          {Vorn::kroInitVornRootConfig, Vorn::kroSourceOfVornRootConfig}};
+  return {source<Vorn::kroInitGenRange>(), source<Vorn::kroInitVornAclTypes>(), source<Vorn::kroInitVornAclTable>(),
+          source<Vorn::kroInitVornRootConfig>()};
 }
 
 std::string registeredTypes() {
@@ -51,7 +49,7 @@ class LateRegistry : public testing::Environment {
     std::ostringstream out;
     for (Source const& source : sources()) {
       source.init();  // still not ready
-      out << (source.kept().initialised ? "initialised" : "") << (source.kept().done ? " done; " : "; ");
+      out << (source.kept.initialised ? "initialised" : "") << (source.kept.done ? " done; " : "; ");
     }
     std::size_t placed = 0;
     for (auto const& type : KroType::typeNodes()) {
@@ -107,11 +105,13 @@ struct Failing {
   static Kro::Ptr<KroType const> _fwkType() { throw Kro::RangeException("no type"); }
 };
 
+void initFailing() {}
+
 TEST(RegistrationTest, anExceptionLeavesTheSourceDone) {
-  Kro::RegistrationSource source;
-  EXPECT_THROW(Kro::registerSource<Failing>(source, "Test"), Kro::RangeException);
-  EXPECT_TRUE(source.done);
-  EXPECT_NO_THROW(Kro::registerSource<Failing>(source, "Test"));
+  using Types = Kro::TypesOf<&initFailing, Failing>;
+  EXPECT_THROW(Kro::registerSource(Types(), "Test"), Kro::RangeException);
+  EXPECT_TRUE(Kro::registrationSource<&initFailing>().done);
+  EXPECT_NO_THROW(Kro::registerSource(Types(), "Test"));
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 // What the registry holds of every type, beside the table of the model's attributes.
 #include <dlfcn.h>
 
-#include "GenRange/GenRangeReflection.h"
-#include "VornAclTypes/VornAclTypesReflection.h"
+#include "GenRange/GenRange.h"
+#include "VornAclTypes/VornAclTypes.h"
 #include "VornRootConfig/VornRootConfigReflection.h"
 #include "tests/runtime/reflection/Reflected.h"
 
@@ -179,10 +179,16 @@ TEST(RegistryTest, theLibrarysFileNamesItsTypes) {
   if (outputOf("readelf --version 2>&1").find("GNU") == std::string::npos) {
     GTEST_SKIP() << "no readelf";
   }
-  std::string const dump = outputOf(std::string("readelf -p .kro.type '") + library.dli_fname + "'");
-  for (auto const& type : Kro::IntrospectionReactor::global()->types()) {
-    EXPECT_NE(dump.find("]  " + std::string(type->fullName().view()) + '\n'), std::string::npos) << type->fullName();
+  std::istringstream dump(outputOf(std::string("readelf -p .kro.type '") + library.dli_fname + "'"));
+  std::string names;
+  for (std::string word; dump >> word;) {
+    names += word.starts_with("Vorn::") ? word.substr(6) + ' ' : "";
   }
+  EXPECT_EQ(
+      names,
+      "GenRange GenRangeType L4PortRange AclId TableType ChipRuleListId ChipId AclKeyToAclIdMapping VornAclColl "
+      "VornAcl MacRuleConfig MacFilter IpRuleConfig IpFilter AceIndex IpFilter::TcpFlag RootConfigColl RootConfig "
+      "RootAction ");
 }
 
 }  // namespace

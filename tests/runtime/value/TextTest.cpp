@@ -76,7 +76,7 @@ TEST(Text, OfStrings) {
 class Labelled : public Kro::Value<Labelled> {
  public:
   Labelled() = default;
-  Labelled(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { Kro::readRecord(*this, it, end); }
+  Labelled(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readRecord(it, end); }
   bool operator==(Labelled const&) const = default;
   std::size_t logSize() const { return 4 + Kro::logRoom(label_); }
   struct Attributes;
@@ -119,9 +119,3 @@ TEST(Codec, OfBuiltInsUsesNetworkOrder) {
 }
 
 }  // namespace
-
-template <>
-Kro::Ptr<Kro::KroType const> Kro::Value<Labelled>::_fwkType() {
-  return nullptr;  // no one asks
-}
-template class Kro::Value<Labelled>;
