@@ -16,6 +16,10 @@ extern template class EntityGenericIfOf<Vorn::AclKeyToAclIdMapping>;
 
 namespace Vorn {
 
+// Once more, for a using-declaration does not see what is declared behind it: here the readers of entity references.
+using Kro::sequenceToValue;
+using Kro::strepToValue;
+
 /// Reflects a `VornAcl`. Derive from it and override `onAttribute` to hear changes.
 class VORNACL_API VornAcl::GenericIf_ : public Kro::EntityGenericIfOf<VornAcl> {
  public:

@@ -26,7 +26,10 @@ void rethrowFromDeserializeAttr(RangeException const& error, String8 const& name
 }
 
 void cannotConvert(String8::IteratorConst const& it, String8::IteratorConst const&, std::type_info const& type) {
-  throw ConversionException(format("cannot convert text at column %lld to %s", it.index(), type.name()));
+  cannotConvert(it, type.name());
+}
+void cannotConvert(String8::IteratorConst const& it, std::string_view typeName) {
+  throw ConversionException(format("cannot convert text at column %lld to ", it.index()) + String8(typeName));
 }
 
 void abortOnViolation(char const* message) noexcept {

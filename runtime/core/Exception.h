@@ -101,6 +101,8 @@ class VORNACL_API ReadOnlyException : public Exception {
 /// Throws `ConversionException` for text at `it` that denotes no object of the type.
 [[noreturn]] VORNACL_API void cannotConvert(String8::IteratorConst const& it, String8::IteratorConst const& end,
                                             std::type_info const& type);
+/// The same for a type that has a name of its own.
+[[noreturn]] VORNACL_API void cannotConvert(String8::IteratorConst const& it, std::string_view typeName);
 /// Stops the process: for violations found where nothing can be thrown.
 [[noreturn]] VORNACL_API void abortOnViolation(char const* message) noexcept;
 

@@ -14,11 +14,10 @@ template <class X>
 class NotifieeOf : public Entity::NotifieeConst {
  public:
   NotifieeOf() = default;
-  /// Takes itself out of the observer list, unless it is marked for deletion: the notification of such a one was
-  /// switched off before, so that it is not registered.
+  /// Takes itself out of the observer list, also where it is marked for deletion: anybody may mark an observer that is
+  /// registered.
   ~NotifieeOf() override {
-    X const* const entity = notifier();
-    if (entity != nullptr && !(isRegisteredNotifiee() && kroMarkedForDeletion())) {
+    if (X const* const entity = notifier()) {
       unlink(*entity);
     }
   }

@@ -24,6 +24,9 @@ class VORNACL_API EntityType : public KroType {
   /// Reads the constructor parameters and makes an entity without parent.
   virtual Ptr<Entity> newEntity(NboAttrLog::In& in, Entity::Kro_BitSet flags, unsigned n,
                                 PtrInterface* parent) const = 0;
+  /// Makes an entity without parent from its name alone, null where the type's constructor takes more. The directory
+  /// that it would stand in is not looked at.
+  virtual Ptr<Entity> newEntity(Name const& name, Ptr<Entity> const& directory) const = 0;
   /// Reads the constructor parameters and yields the first of the offered entities that is of this type and has them,
   /// else a new entity.
   virtual Ptr<Entity> boundOrNew(NboAttrLog::In& in, std::span<Ptr<Entity> const> offered) const = 0;
@@ -40,6 +43,13 @@ class EntityTypeOf : public EntityType {
 
   Ptr<Entity> newEntity(NboAttrLog::In& in, Entity::Kro_BitSet, unsigned, PtrInterface*) const override {
     return make(readAll(in));
+  }
+  Ptr<Entity> newEntity(Name const& name, Ptr<Entity> const&) const override {
+    if constexpr (std::is_constructible_v<X, Name>) {
+      return adopt(new X(name));
+    } else {
+      return nullptr;
+    }
   }
   Ptr<Entity> boundOrNew(NboAttrLog::In& in, std::span<Ptr<Entity> const> offered) const override {
     auto const all = readAll(in);

@@ -36,10 +36,13 @@ VORNACL_API Ptr<Entity> sequenceToValueOfPtr(String8::IteratorConst& it, String8
 /// Reads a reference to an `X`; throws `ConversionException` for an entity of another type.
 template <std::derived_from<Entity> X>
 Ptr<X> sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, Ptr<X>*) {
+  String8::IteratorConst const start = it;
   Ptr<Entity> const entity = sequenceToValueOfPtr(it, end, nullptr);
   Ptr<X> const typed = ptrCast<X>(entity);
-  if (entity && !typed) {
-    cannotConvert(it, end, typeid(X));
+  if constexpr (requires { X::Attributes::typeName; }) {
+    if (entity && !typed) {
+      cannotConvert(start, X::Attributes::typeName);
+    }
   }
   return typed;
 }
@@ -167,6 +170,7 @@ class VORNACL_API EntityGenericIfOf : public GenericIfEntity {
   Ptr<KroType const> type() const override { return fwkTypeOf<X>(); }
   void* voidPtrIs(Ptr<KroType const> const& wanted) const override;
   Ptr<GenericIf> clone() override { return reflectEntity(obj(), isConst()); }
+  using GenericIf::clone;
   Ptr<GenericIf> attributeOp(AttributeOp const& op, Ptr<GenericIf const> const& index,
                              Ptr<GenericIf> const& arg) override;
   AttributeIteratorConst attributeIteratorConst(AttributeId id) const override { return iterator(id, nullptr); }

@@ -123,6 +123,7 @@ class VORNACL_API ValueGenericIf : public GenericIf {
   Ptr<GenericIf> attributeOp(AttributeOp const& op, Ptr<GenericIf const> const& index,
                              Ptr<GenericIf> const& arg) override;
   Ptr<GenericIf> clone() override { return GenericIf_Is(value_, isConst()); }
+  using GenericIf::clone;
   /// One read follows the other, and each object goes before the next one comes: the memory of the last one is kept for
   /// the next, in optimised builds and while no counted object is shared between threads.
   static void* operator new(std::size_t size) {

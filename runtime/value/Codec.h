@@ -55,9 +55,10 @@ requires(std::integral<T> && !std::same_as<T, bool>) struct Codec<T> {
     hash.mixInteger(static_cast<std::uint32_t>(value), sizeof(T));
   }
   static void strep(std::string& text, T value) { appendInteger(text, value); }
-  /// Truncated to the width, without a range check.
+  /// Truncated to a width below 64 bits without a range check.
   static T parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
-    return static_cast<T>(sequenceToValue(it, end, static_cast<long long*>(nullptr)));
+    using Read = std::conditional_t<std::unsigned_integral<T> && sizeof(T) == 8, unsigned long long, long long>;
+    return static_cast<T>(sequenceToValue(it, end, static_cast<Read*>(nullptr)));
   }
 };
 

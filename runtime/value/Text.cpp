@@ -65,6 +65,13 @@ std::errc readNumber(String8::IteratorConst& it, String8::IteratorConst const& e
   return done.ec;
 }
 
+/// Moves the position behind a word that stands there.
+bool takeWord(String8::IteratorConst& it, String8::IteratorConst const& end, std::string_view word) {
+  bool const isThere = restOf(it, end).substr(0, word.size()) == word;
+  it.indexIs(it.index() + (isThere ? static_cast<long long>(word.size()) : 0));
+  return isThere;
+}
+
 }  // namespace
 
 std::string_view restOf(String8::IteratorConst const& it, String8::IteratorConst const& end) {
@@ -125,21 +132,39 @@ long long sequenceToValue(String8::IteratorConst& it, String8::IteratorConst con
   return value;
 }
 
-bool sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, bool*) {
-  std::string_view const text = restOf(it, end);
-  for (bool const value : {true, false}) {
-    std::string_view const word = value ? "true" : "false";
-    if (text.substr(0, word.size()) == word) {
-      it.indexIs(it.index() + static_cast<long long>(word.size()));
-      return value;
-    }
+unsigned long long sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, unsigned long long*) {
+  unsigned long long value = 0;
+  if (readNumber(it, end, value) != std::errc()) {
+    throwExpected("an integer from 0 up, of at most 64 bits", it);
   }
-  throwExpected("true or false", it);
+  return value;
+}
+
+bool sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, bool*) {
+  bool const value = takeWord(it, end, "true");
+  if (!value && !takeWord(it, end, "false")) {
+    throwExpected("true or false", it);
+  }
+  return value;
 }
 
 double sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, double*) {
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+  if (takeWord(it, end, "nan")) {
+    return std::numeric_limits<double>::quiet_NaN();
+  }
+  if (takeWord(it, end, "inf")) {
+    return infinity;
+  }
+  if (takeWord(it, end, "-inf")) {
+    return -infinity;
+  }
+  // from_chars also takes these words with other letters, signs and endings.
+  std::string_view const text = restOf(it, end);
+  std::size_t const sign = text.find_first_of("+-") == 0 ? 1 : 0;
   double value = 0;
-  if (readNumber(it, end, value, std::chars_format::general) != std::errc()) {
+  if (text.find_first_of("0123456789.") != sign ||
+      readNumber(it, end, value, std::chars_format::general) != std::errc()) {
     throwExpected("a number", it);
   }
   return value;

@@ -23,9 +23,12 @@ VORNACL_API void needString(String8::IteratorConst& it, String8::IteratorConst c
 VORNACL_API String8 sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, String8*);
 /// Reads one decimal integer of at most 64 signed bits: an optional sign, no blank before it.
 VORNACL_API long long sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, long long*);
+/// Reads one decimal integer of at most 64 unsigned bits: no sign but a plus, no blank before it.
+VORNACL_API unsigned long long sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end,
+                                               unsigned long long*);
 /// Reads `true` or `false`.
 VORNACL_API bool sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, bool*);
-/// Reads a number, `nan`, `inf` or `-inf`.
+/// Reads a number, `nan`, `inf` or `-inf`, which have no other spelling.
 VORNACL_API double sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, double*);
 
 /// Appends the quoted form of a string.

@@ -136,6 +136,7 @@ TEST(AttributeOpsTest, anObjectOfNoEntityRefusesWhatNeedsOne) {
   }
   EXPECT_EQ(outcomeOf([&] { return object->attributeIteratorConst(261).object(); }), "T:Vorn::VornAcl");
   EXPECT_EQ(object->strRep(), "null");
+  EXPECT_EQ(Vorn::strepToValue<Ptr<Vorn::VornAcl>>("null"), nullptr);
 }
 
 TEST(AttributeOpsTest, writesChangeTheirAttributeAndNothingElse) {
@@ -165,9 +166,12 @@ TEST(AttributeOpsTest, argumentsHaveExactlyTheirType) {
 
 TEST(AttributeOpsTest, constnessIsInherited) {
   for (bool const isConst : {false, true}) {
+    Ptr<Vorn::AceIndex::GenericIf_ const> const three = Vorn::AceIndex::GenericIf_::GenericIf_Is({1, 2, 3}, isConst);
+    Ptr<Vorn::VornAclColl::GenericIf_ const> const coll = Vorn::VornAclColl::GenericIf_::GenericIf_Is(nullptr, isConst);
     for (auto const& object :
          {position(isConst)->attribute("ruleId"), position(isConst)->call("hash", {}), position(isConst)->clone(),
-          config(isConst)->attribute("vornAclColl"), acls(isConst)->attributeIteratorConst(258).object()}) {
+          three->clone(), coll->clone(), config(isConst)->attribute("vornAclColl"),
+          acls(isConst)->attributeIteratorConst(258).object()}) {
       EXPECT_EQ(object->isConst(), isConst) << object->strRep();
     }
     EXPECT_FALSE(kind(isConst)->attributeOp(operation(1, 0), none, none)->isConst());

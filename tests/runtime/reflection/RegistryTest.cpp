@@ -171,6 +171,8 @@ TEST(RegistryTest, classesHaveTheirNames) {
   EXPECT_NE(dynamic_cast<Vorn::AceIndex::_Type const*>(three->type().get()), nullptr);
   EXPECT_NE(dynamic_cast<Vorn::GenRangeType__Type const*>(Vorn::_fwkType_GenRangeType().get()), nullptr);
   EXPECT_NE(dynamic_cast<Vorn::RootConfig::_Type const*>(Vorn::RootConfig::_fwkType().get()), nullptr);
+  auto const type = Kro::ptrCast<Vorn::RootConfigColl::_Type const>(Vorn::RootConfigColl::_fwkType());
+  EXPECT_EQ(type->newEntity("made", nullptr)->fullName(), "made");
 }
 
 TEST(RegistryTest, theLibrarysFileNamesItsTypes) {

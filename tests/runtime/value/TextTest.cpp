@@ -37,6 +37,9 @@ TEST(Text, OfIntegers) {
   expectOutcome(reread<std::uint8_t>, "65", {"321"});
   expectOutcome(reread<std::uint16_t>, "65535", {"-1"});
   expectOutcome(reread<std::uint32_t>, "1", {"4294967297"});
+  expectOutcome(reread<std::uint64_t>, "18446744073709551615", {"18446744073709551615", "+18446744073709551615"});
+  expectOutcome(reread<std::uint64_t>, "expected an integer from 0 up, of at most 64 bits at column 0",
+                {"-5", "18446744073709551616", "x"});
 }
 
 TEST(Text, OfBoolsAndDoubles) {
@@ -44,7 +47,10 @@ TEST(Text, OfBoolsAndDoubles) {
   expectOutcome(front<bool>, "false @ 5", {"false"});
   expectOutcome(front<bool>, "expected true or false at column 0", {"True", " true", "tru", "tru|e", "1", ""});
   expectOutcome(front<double>, "1000 @ 4", {"+1e3", "1000|"});
-  expectOutcome(front<double>, "expected a number at column 0", {"", " 1", "e5", "1e999", "+-1"});
+  expectOutcome(front<double>, "expected a number at column 0",
+                {"", " 1", "e5", "1e999", "+-1", "+", "NaN", "-nan", "+nan", "INF", "Inf", "+inf", "-Inf"});
+  expectOutcome(front<double>, "nan @ 3", {"nan(1)"});
+  expectOutcome(front<double>, "-inf @ 4", {"-infinity"});
   for (char const* text : {"0.1", "-0", "1e+23", "5e-324", "1.7976931348623157e+308", "nan", "inf", "-inf"}) {
     EXPECT_EQ(reread<double>(text), text) << "is the shortest that reads back";
   }
