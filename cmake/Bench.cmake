@@ -1,6 +1,5 @@
 # bench/*.cpp makes one Google Benchmark program, vornacl_bench; bench/programs/*.cpp one program each.
 if(VORNACL_BENCH)
-  find_package(benchmark REQUIRED)
   vornacl_glob(bench_sources "bench/*.cpp")
   if(bench_sources)
     vornacl_program(vornacl_bench ${bench_sources})

@@ -12,5 +12,8 @@ foreach(folder IN LISTS VORNACL_FOLDERS)
 endforeach()
 install(FILES VornAcl.h DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/VornAcl" OPTIONAL)
 if(VORNACL_TOOL_TARGETS)
+  # The programs find the library wherever the whole is moved to.
+  file(RELATIVE_PATH library_from_program "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+  set_target_properties(${VORNACL_TOOL_TARGETS} PROPERTIES INSTALL_RPATH "$ORIGIN/${library_from_program}")
   install(TARGETS ${VORNACL_TOOL_TARGETS})
 endif()

@@ -23,3 +23,10 @@ target_compile_features(VornAcl PUBLIC cxx_std_20)
 target_compile_definitions(VornAcl PUBLIC $<$<BOOL:${KRO_ABORT_ON_INTERNAL}>:KRO_ABORT_ON_INTERNAL>)
 set_target_properties(VornAcl PROPERTIES
   LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+
+# A symbol that nobody defines stops this link, not that of the first user. Sanitizers leave theirs to the program.
+include(CheckLinkerFlag)
+check_linker_flag(CXX "LINKER:--no-undefined" VORNACL_LINKS_NO_UNDEFINED)
+if(VORNACL_LINKS_NO_UNDEFINED AND NOT VORNACL_SANITIZE)
+  target_link_options(VornAcl PRIVATE "LINKER:--no-undefined")
+endif()

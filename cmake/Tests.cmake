@@ -4,7 +4,6 @@
 # tests/programs/*.cpp  a program each: status 0 passes, 77 skips
 # tests/compile_fail/*.cpp  must not compile: the line "// expect: REGEX" is what the compiler has to say
 if(VORNACL_TESTS)
-  find_package(GTest REQUIRED)
   include(GoogleTest)
   file(GLOB_RECURSE test_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/*.cpp")
   foreach(kind IN ITEMS programs compile_fail internal support)
@@ -59,6 +58,14 @@ if(VORNACL_TESTS)
       COMMAND "${CMAKE_CXX_COMPILER}" -std=c++20 -fsyntax-only "-I${PROJECT_SOURCE_DIR}" "${source}")
     set_tests_properties(compile_fail.${name} PROPERTIES TIMEOUT 120 PASS_REGULAR_EXPRESSION "error: [^\n]*${expected}")
   endforeach()
+endif()
+
+# What is installed: the program starts, and a project of its own builds and runs against it.
+if(VORNACL_TESTS)
+  add_test(NAME package COMMAND "${CMAKE_COMMAND}" -D "build=${PROJECT_BINARY_DIR}" -D "source=${PROJECT_SOURCE_DIR}"
+    -D "has_demo=$<TARGET_EXISTS:vornacl-demo>" -D "compiler=${CMAKE_CXX_COMPILER}" -D "flags=${CMAKE_CXX_FLAGS}"
+    -D "sanitize=${VORNACL_SANITIZE}" -D "generator=${CMAKE_GENERATOR}" -P "${PROJECT_SOURCE_DIR}/tests/package/run.cmake")
+  set_tests_properties(package PROPERTIES TIMEOUT 300)
 endif()
 
 # fuzz/*.cpp: a libFuzzer program each.

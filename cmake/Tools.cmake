@@ -10,11 +10,7 @@ if(VORNACL_TOOLS OR VORNACL_TESTS OR VORNACL_BENCH)
 endif()
 
 if(VORNACL_TOOLS)
-  find_package(fmt QUIET)
-  find_package(CLI11 QUIET)
-  find_package(nlohmann_json QUIET)
-  set(tool_libraries $<TARGET_NAME_IF_EXISTS:fmt::fmt> $<TARGET_NAME_IF_EXISTS:CLI11::CLI11>
-    $<TARGET_NAME_IF_EXISTS:nlohmann_json::nlohmann_json>)
+  set(tool_libraries fmt::fmt CLI11::CLI11 nlohmann_json::nlohmann_json)
   vornacl_glob(tool_mains "tools/*/main.cpp")
   foreach(main IN LISTS tool_mains)
     get_filename_component(folder "${main}" DIRECTORY)
@@ -29,8 +25,17 @@ if(VORNACL_TOOLS)
     list(APPEND VORNACL_TOOL_TARGETS ${name})
   endforeach()
   if(TARGET vornacl-demo)
-    target_compile_definitions(vornacl-demo PRIVATE
-      VORNACL_SAMPLE_FILE="${PROJECT_SOURCE_DIR}/tools/demo/sample.rules")
+    # Installed or not, the program finds its sample from where it stands itself.
+    set(sample "${PROJECT_SOURCE_DIR}/tools/demo/sample.rules")
+    set(sample_folder "${CMAKE_INSTALL_FULL_DATADIR}/vornacl")
+    file(RELATIVE_PATH sample_from_program "${CMAKE_INSTALL_FULL_BINDIR}" "${sample_folder}/sample.rules")
+    target_compile_definitions(vornacl-demo PRIVATE VORNACL_SAMPLE_FROM_PROGRAM="${sample_from_program}")
+    set(built_sample "$<TARGET_FILE_DIR:vornacl-demo>/${sample_from_program}")
+    add_custom_command(TARGET vornacl-demo POST_BUILD VERBATIM
+      COMMAND "${CMAKE_COMMAND}" -E make_directory "$<PATH:GET_PARENT_PATH,${built_sample}>"
+      COMMAND "${CMAKE_COMMAND}" -E copy_if_different "${sample}" "${built_sample}")
+    set_property(TARGET vornacl-demo APPEND PROPERTY LINK_DEPENDS "${sample}")
+    install(FILES "${sample}" DESTINATION "${CMAKE_INSTALL_DATADIR}/vornacl")
   endif()
 endif()
 

@@ -1,7 +1,7 @@
 # Every target of this project links VornAclWarnings privately; a user of the library does not get it.
 add_library(VornAclWarnings INTERFACE)
 target_compile_options(VornAclWarnings INTERFACE
-  -Wall -Wextra -Wpedantic -Werror
+  -Wall -Wextra -Wpedantic $<$<BOOL:${VORNACL_WERROR}>:-Werror>
   -Wshadow -Wconversion -Wsign-conversion -Wdouble-promotion
   -Wnon-virtual-dtor -Wold-style-cast -Wcast-align -Wimplicit-fallthrough -Wundef
   # An observer overrides one of several handlers of one name: that is how the model is told, not a slip.

@@ -1,10 +1,14 @@
 // The program vornacl-demo.
+#include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
+#include <system_error>
 
 #include <CLI/CLI.hpp>
 
 #include "tools/demo/Mirror.h"
+#include "tools/demo/Process.h"
 #include "tools/demo/Source.h"
 #include "tools/demo/Types.h"
 
@@ -33,6 +37,12 @@ struct Options {
   bool isMirror() const { return mirror.socket >= 0; }
 };
 
+/// The sample that is installed with this program, wherever that is.
+std::string sampleFile() {
+  auto const folder = std::filesystem::read_symlink(Demo::ChildProcess::thisProgram).parent_path();
+  return (folder / VORNACL_SAMPLE_FROM_PROGRAM).lexically_normal();
+}
+
 void check(Options& options) {
   std::size_t const files = options.source.files.size();
   if (files > Demo::SourceOptions::maxFiles) {
@@ -43,9 +53,6 @@ void check(Options& options) {
   }
   if (options.types && (files > 0 || options.source.printRules)) {
     throw CLI::ValidationError("--types", "takes no file and stands alone");
-  }
-  if (files == 0) {
-    options.source.files.emplace_back(VORNACL_SAMPLE_FILE);
   }
   if (options.source.printRules) {
     options.mirror.task = Demo::MirrorTask::printRules;
@@ -67,17 +74,30 @@ void declare(CLI::App& app, Options& options) {
   app.final_callback([&options] { check(options); });
 }
 
-int run(Options const& options) {
+/// Does what the options say; returns whether all is well.
+bool run(Options const& options) {
+  if (options.types) {
+    std::fputs(Demo::typesText().c_str(), stdout);
+    return true;
+  }
+  if (options.isMirror()) {
+    Demo::runMirror(options.mirror);
+    return true;
+  }
+  Demo::SourceOptions source = options.source;
+  if (source.files.empty()) {
+    source.files.push_back(sampleFile());
+  }
+  return Demo::runSource(source);
+}
+
+int statusOf(Options const& options) {
   try {
-    if (options.types) {
-      std::fputs(Demo::typesText().c_str(), stdout);
-      return 0;
+    bool const good = run(options);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+      throw std::system_error(errno, std::generic_category(), "cannot write to standard output");
     }
-    if (options.isMirror()) {
-      Demo::runMirror(options.mirror);
-      return 0;
-    }
-    return Demo::runSource(options.source) ? 0 : failed;
+    return good ? 0 : failed;
   } catch (std::exception const& error) {
     std::fprintf(stderr, "vornacl-demo%s: %s\n", options.isMirror() ? " (mirror)" : "", error.what());
     return failed;
@@ -95,5 +115,5 @@ int main(int argc, char** argv) {
   } catch (CLI::ParseError const& error) {
     return app.exit(error) == 0 ? 0 : usageError;
   }
-  return run(options);
+  return statusOf(options);
 }
