@@ -65,7 +65,7 @@ class Mirrors {
     Peer::drain({&first_, &*second_});
     makeSome(changes, [this] { Peer::drain({&first_, &*second_}); });
     auto const stats = first_.connection().stats();
-    progress.done(std::to_string(liveChanges) + " changes made and sent, of which up to " +
+    progress.done(std::to_string(made_) + " changes made and sent, of which up to " +
                   std::to_string(stats.dirtyMarksPeak) + " waited for the first process");
   }
 
@@ -89,6 +89,7 @@ class Mirrors {
   template <class Then>
   void makeSome(Changes& changes, Then then) {
     for (std::size_t left = liveChanges / 4; left > 0 && changes.next(); --left) {
+      ++made_;
       then();
     }
   }
@@ -119,6 +120,7 @@ class Mirrors {
   Peer first_{tree_, MirrorTask::dump};
   std::optional<Peer> second_;
   Counts counts_;  ///< as the mirror told that was asked last
+  std::size_t made_ = 0;
   std::size_t changesFollowed_ = 0;
 };
 
