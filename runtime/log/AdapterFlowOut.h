@@ -8,6 +8,21 @@
 
 namespace Kro::NboAttrLog {
 
+/// The peer follows one transfer into an entity at a time. One that waits to go on when another begins, which a mark
+/// without memory brings about, begins again when its turn comes.
+template <class X>
+void AdapterOf<X>::abortTransfer() {
+  forEachEntityAttribute<X>([&](auto const& d) {
+    using D = std::remove_cvref_t<decltype(d)>;
+    if constexpr (isKeyed<D>) {
+      if (auto& bookmark = flow().template keys<D>().bookmark) {
+        sendTransactionMarker(D::id, transactionAbort, 0);
+        bookmark.reset();
+      }
+    }
+  });
+}
+
 template <class X>
 template <class D>
 void AdapterOf<X>::reannounceMembers(D const& d) {
@@ -28,6 +43,7 @@ bool AdapterOf<X>::walkWhole(D const& d) {
   auto& keys = flow().template keys<D>();
   auto& map = entity().*(d.field);
   if (!keys.bookmark) {
+    abortTransfer();
     reannounceMembers(d);
     sendTransactionMarker(D::id, transactionBegin, 0);
   }
@@ -51,8 +67,8 @@ bool AdapterOf<X>::walkWhole(D const& d) {
       return false;
     }
   }
-  flow().template bitIs<D>(true);
   sendTransactionMarker(D::id, transactionEnd, 0);
+  flow().template bitIs<D>(true);
   return true;
 }
 

@@ -158,6 +158,7 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
 
   template <class D, class Find>
   void serializeFound(D const& d, typename D::Key const& key, Find const& find);
+  void abortTransfer();
   template <class D>
   void reannounceMembers(D const& d);
   template <class D>

@@ -42,7 +42,7 @@ void AdapterOf<X>::markKey(D const&, typename D::Key const& key, bool removalOwe
     // No memory for the mark: the whole is sent again, or, where this end may not do that, nothing more at all.
     streamDemuxer()->dirtyUnmark();
     if (!isAnnouncer()) {
-      streamDemuxer()->failureIs("no memory for a change that waits");
+      streamDemuxer()->outOfMemory();
       return;
     }
     if (keys.bookmark) {
@@ -144,7 +144,7 @@ void AdapterOf<X>::handleChild(D const& d) {
     bindChild(*child);
     return;
   }
-  bool const owed = flow().template removalOwed<D>() || !child;
+  bool owed = flow().template removalOwed<D>() || !child;
   switch (permissionToWrite(D::id)) {
     case Permission::ignore:
       return;
@@ -158,13 +158,16 @@ void AdapterOf<X>::handleChild(D const& d) {
   flow().template bitIs<D>(false);
   flow().template removalOwedIs<D>(false);
   try {
+    auto& lastWord = flow().template keys<D>().lastWord;
     if (owed) {
       write(headerOf(-D::id, false));
+      lastWord = streamDemuxer()->sent();
+      owed = false;  // also where the creation has to wait
     }
     if (child) {
       announceChild(d, flagWord() & inheritedBits, *child);
+      lastWord = streamDemuxer()->sent();
     }
-    flow().template keys<D>().lastWord = streamDemuxer()->sent();
   } catch (std::bad_alloc const&) {
     flow().template removalOwedIs<D>(owed);
     markBit(d);
@@ -256,15 +259,21 @@ void AdapterOf<X>::serializeEntity(D const& d, typename D::Key const& key, Ptr<t
     case Permission::write:
       break;
   }
-  bool const owed = takeKey(d, key).removalOwed || !member;
+  bool owed = takeKey(d, key).removalOwed || !member;
   try {
     if (owed) {
+      auto& keys = flow().template keys<D>();
+      decltype(keys.removals) removal;
+      if (isAnnouncer()) {
+        removal.emplace_back(key, 0);  // before the message, which must not be written and forgotten
+      }
       write(headerOf(-D::id, true), key);
       if (isAnnouncer()) {
-        auto& keys = flow().template keys<D>();
+        removal.back().second = streamDemuxer()->sent();
         keys.forgetRemovals(streamDemuxer()->peerApplied());
-        keys.removals.emplace_back(key, streamDemuxer()->sent());
+        keys.removals.splice(keys.removals.end(), removal);
       }
+      owed = false;  // also where the creation has to wait
     }
     if (member) {
       announceMember(d, flagWord() & inheritedBits, *member);

@@ -43,7 +43,7 @@ Connection::Connection(Role role, Limits const& limits)
 
 Connection::~Connection() {
   onState_ = nullptr;
-  lose("closed");
+  lose({});
   out_->reverseLogIs(nullptr);
 }
 
@@ -61,16 +61,16 @@ void Connection::rootIs(Ptr<Entity> const& root, Access access) {
   }
   unsigned const flags = access == Access::readOnly ? unsigned{Sa::readOnlyRemoteBit} : 0U;
   Ptr<Sa> const adapter = root->kroNboAttrLogSaIs(Entity::Kro_BitSet(flags), flags, out_, nullptr);
-  adapter->flowOutIs(firstEntityAttributeId);
-  roots_.push_back(adapter);
-  demuxer_.queue().mark(*adapter);
-  if (out_->hasSufficientBuffer()) {
-    try {
+  try {
+    adapter->flowOutIs(firstEntityAttributeId);
+    roots_.push_back(adapter);
+    demuxer_.queue().mark(*adapter);
+    if (out_->hasSufficientBuffer()) {
       demuxer_.announceRoot(*adapter);
-    } catch (...) {
-      rootDel(root);
-      throw;
     }
+  } catch (...) {
+    rootDel(root);
+    throw;
   }
 }
 
@@ -126,8 +126,10 @@ std::span<std::uint8_t const> Connection::pending() {
     if (demuxer_.isQueueEmpty() && out_->hasSufficientBuffer()) {
       writeComplete();
     }
+  } catch (std::bad_alloc const&) {
+    demuxer_.outOfMemory();
   } catch (std::exception const& error) {
-    demuxer_.failureIs("writing: " + String8(error.what()));
+    demuxer_.failureIs(demuxer_.reasonOf([&] { return "writing: " + String8(error.what()); }));
   }
   endIfFailed();
   tellState();
@@ -147,37 +149,56 @@ void Connection::receive(std::span<std::uint8_t const> bytes) {
     return;
   }
   if (receiving_) {
-    later_.insert(later_.end(), bytes.begin(), bytes.end());
+    keep(later_, bytes);
     return;
   }
   Ptr<Connection> const held = share(this);
-  {
+  try {
     Within const receiving(receiving_);
-    try {
-      if (!later_.empty()) {
-        // Left over where user code threw: it came before these bytes.
-        later_.insert(later_.end(), bytes.begin(), bytes.end());
-        bytes = {};
-      }
-      consumeAll(bytes);
-      while (!later_.empty()) {
-        std::vector<std::uint8_t> const more = std::exchange(later_, {});
-        consumeAll(more);
-      }
-    } catch (...) {
-      endIfFailed();
-      throw;  // of user code; its message was applied and the bytes behind it are kept
+    if (!later_.empty()) {
+      // Left over where user code threw: it came before these bytes.
+      keep(later_, bytes);
+      bytes = {};
     }
-    if (state_ != State::lost) {
+    consumeAll(bytes);
+    while (!later_.empty() && !isOver()) {
+      std::vector<std::uint8_t> const more = std::exchange(later_, {});
+      consumeAll(more);
+    }
+    if (!isOver()) {
       demuxer_.writeAppliedIfMany();
     }
+  } catch (std::bad_alloc const&) {
+    demuxer_.outOfMemory();  // what was taken and what not is not known any more
+  } catch (...) {
+    endIfFailed();
+    throw;  // of user code; its message was applied and the bytes behind it are kept
   }
   endIfFailed();
   tellState();
 }
 
+void Connection::keep(std::vector<std::uint8_t>& kept, std::span<std::uint8_t const> bytes) noexcept {
+  try {
+    kept.insert(kept.end(), bytes.begin(), isOver() ? bytes.begin() : bytes.end());
+  } catch (...) {
+    demuxer_.outOfMemory();
+  }
+}
+
+void Connection::consumeOrKeep(std::span<std::uint8_t const> bytes, std::span<std::uint8_t const> behind) {
+  try {
+    consume(bytes);
+  } catch (...) {
+    keep(kept_, bytes);
+    keep(kept_, behind);
+    throw;
+  }
+  keep(kept_, bytes);
+}
+
 void Connection::consumeAll(std::span<std::uint8_t const> bytes) {
-  while (!kept_.empty() && state_ != State::lost) {
+  while (!kept_.empty() && !isOver()) {
     // Complete the message whose beginning was kept, and take no byte more: what follows is read in place.
     while (!bytes.empty() && kept_.size() < wanted(kept_)) {
       std::size_t const take = std::min(wanted(kept_) - kept_.size(), bytes.size());
@@ -188,28 +209,10 @@ void Connection::consumeAll(std::span<std::uint8_t const> bytes) {
       return;
     }
     std::vector<std::uint8_t> const whole = std::exchange(kept_, {});
-    std::span<std::uint8_t const> rest(whole);
-    auto const keep = [&] {
-      kept_.assign(rest.begin(), rest.end());
-      return true;
-    };
-    try {
-      consume(rest);
-    } catch (...) {
-      keep();
-      kept_.insert(kept_.end(), bytes.begin(), bytes.end());
-      throw;
-    }
-    keep();
+    consumeOrKeep(whole, bytes);
   }
-  try {
-    consume(bytes);
-  } catch (...) {
-    kept_.assign(bytes.begin(), bytes.end());
-    throw;
-  }
-  if (state_ != State::lost) {
-    kept_.assign(bytes.begin(), bytes.end());
+  if (!isOver()) {
+    consumeOrKeep(bytes);
   }
 }
 
@@ -226,7 +229,7 @@ std::size_t Connection::wanted(std::span<std::uint8_t const> bytes) const {
 }
 
 void Connection::consume(std::span<std::uint8_t const>& bytes) {
-  while (state_ != State::lost && !demuxer_.failed()) {
+  while (!isOver()) {
     std::size_t const size = wanted(bytes);
     if (bytes.size() < size) {
       return;
@@ -291,10 +294,10 @@ void Connection::takeMessage(WireHeader const& wire, std::span<std::uint8_t cons
         break;
     }
   } catch (std::bad_alloc const&) {
-    lose(placeOf(wire) + "out of memory");
+    throw;  // whoever threw it: this end cannot tell what was applied
   } catch (std::exception const& error) {
     if (!demuxer_.applying()) {
-      lose(placeOf(wire) + error.what());
+      lose(demuxer_.reasonOf([&] { return placeOf(wire) + error.what(); }));
       return;
     }
     if (isWord) {
@@ -393,9 +396,8 @@ void Connection::takeRoot(std::span<std::uint8_t const> payload) {
   std::erase(offered_, root);
   stateIs(State::synchronising);
   demuxer_.applyingIs(true);
-  if (onRoot_) {
-    auto const callback = onRoot_;  // it may set another one
-    callback(root);
+  if (auto const callback = onRoot_) {
+    (*callback)(root);
   }
 }
 
@@ -468,7 +470,7 @@ void Connection::tellState() {
   }
   toldState_ = state_;
   if (auto const callback = onState_) {
-    callback(state_);
+    (*callback)(state_);
   }
 }
 

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -46,13 +47,14 @@ class VORNACL_API Connection final : public PtrInterface {
 
   /// Called for each root that arrives, bound or new, before anything of its content is applied. Hold the entity: the
   /// connection holds it no longer than it lasts.
-  void onRootIs(std::function<void(Ptr<Entity> const&)> callback) { onRoot_ = std::move(callback); }
+  void onRootIs(std::function<void(Ptr<Entity> const&)> callback) { onRoot_ = shared(std::move(callback)); }
   /// Called when `state` has changed, never from within a change of an entity.
-  void onStateIs(std::function<void(State)> callback) { onState_ = std::move(callback); }
+  void onStateIs(std::function<void(State)> callback) { onState_ = shared(std::move(callback)); }
 
-  /// Applies every whole message in the bytes and keeps the rest. Bytes that cannot be applied end the connection; the
-  /// entities stay valid and whole. What an observer's failing report throws leaves `receive` after its message was
-  /// applied; call again, also with no bytes, to go on. Called from a handler it only keeps the bytes.
+  /// Applies every whole message in the bytes and keeps the rest. Bytes that cannot be applied, or cannot be kept for
+  /// lack of memory, end the connection; the entities stay valid and whole. What an observer's failing report throws
+  /// leaves `receive` after its message was applied; call again, also with no bytes, to go on. Called from a handler it
+  /// only keeps the bytes.
   void receive(std::span<std::uint8_t const> bytes);
   /// The bytes to send: what was written, then what waits, as long as there is room. Valid until the next call of any
   /// member or change of an entity; empty when there is nothing, or the connection is lost.
@@ -61,6 +63,10 @@ class VORNACL_API Connection final : public PtrInterface {
   void sent(std::size_t n);
   /// Ends the connection for a reason of the owner's, such as a closed socket. No entity is changed.
   void close(String8 reason);
+  /// The same; without memory for its text the reason is that.
+  void close(char const* reason) {
+    close(demuxer_.reasonOf([&] { return String8(reason); }));
+  }
 
   State state() const { return state_; }
   /// Whether the peer's state came whole at least once.
@@ -87,7 +93,12 @@ class VORNACL_API Connection final : public PtrInterface {
   std::size_t wanted(std::span<std::uint8_t const> bytes) const;
   /// Takes whole messages off the front.
   void consume(std::span<std::uint8_t const>& bytes);
+  /// Takes whole messages and keeps the rest; where user code throws, `behind` is kept, too.
+  void consumeOrKeep(std::span<std::uint8_t const> bytes, std::span<std::uint8_t const> behind = {});
+  /// What was kept, then these bytes.
   void consumeAll(std::span<std::uint8_t const> bytes);
+  /// Appends bytes to what is kept; where that cannot be, nothing more is taken.
+  void keep(std::vector<std::uint8_t>& kept, std::span<std::uint8_t const> bytes) noexcept;
   void takePreface(std::uint8_t const* from);
   void takeMessage(WireHeader const& wire, std::span<std::uint8_t const> payload);
   void takeAttribute(WireHeader const& wire, std::span<std::uint8_t const> payload);
@@ -103,6 +114,16 @@ class VORNACL_API Connection final : public PtrInterface {
   void stateIs(State state);
   void tellState();
   void endIfFailed();
+  /// Whether nothing is taken any more.
+  bool isOver() const { return state_ == State::lost || demuxer_.failed(); }
+
+  /// A callback may set another one while it runs, and calling it must take no memory: what runs is held, not copied.
+  template <class Function>
+  using Shared = std::shared_ptr<Function const>;
+  template <class Function>
+  static Shared<Function> shared(Function callback) {
+    return callback ? std::make_shared<Function const>(std::move(callback)) : nullptr;
+  }
 
   bool opener_;
   Limits limits_;
@@ -112,8 +133,8 @@ class VORNACL_API Connection final : public PtrInterface {
   std::vector<Ptr<Entity::KroNboAttrLogSa>> roots_;  ///< sent from here
   std::vector<Ptr<Entity>> offered_;
   Access arrivingAccess_ = Access::readWrite;
-  std::function<void(Ptr<Entity> const&)> onRoot_;
-  std::function<void(State)> onState_;
+  Shared<std::function<void(Ptr<Entity> const&)>> onRoot_;
+  Shared<std::function<void(State)>> onState_;
   std::vector<std::uint8_t> kept_;   ///< received and not yet taken: mostly the beginning of a message
   std::vector<std::uint8_t> later_;  ///< received while a message was applied
   std::uint64_t offset_ = 0;         ///< received bytes before the message at hand

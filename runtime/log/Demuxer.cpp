@@ -213,7 +213,7 @@ void Demuxer::removedByPeer(Entity const& entity) {
   }
 }
 
-void Demuxer::tellReferenceHolders(Sa const& retired) {
+void Demuxer::tellReferenceHolders(Sa const& retired) noexcept {
   if (failed_ || retired.is(Sa::noIdBit)) {
     return;
   }
@@ -221,8 +221,8 @@ void Demuxer::tellReferenceHolders(Sa const& retired) {
     for (Sa* const holder : referenceHolders_) {
       holder->targetRetired(retired.entityId(), retired.rawEntity());
     }
-  } catch (std::bad_alloc const&) {
-    failureIs("no memory for an entity that goes");
+  } catch (...) {
+    outOfMemory();
   }
 }
 
@@ -235,7 +235,7 @@ void Demuxer::dirtyMark(bool isNew) {
   stats_.dirtyMarksPeak = std::max(stats_.dirtyMarksPeak, stats_.dirtyMarks);
 }
 
-void Demuxer::failureIs(String8 reason) {
+void Demuxer::failureIs(String8 reason) noexcept {
   if (!failed_) {
     failed_ = true;
     failure_ = std::move(reason);

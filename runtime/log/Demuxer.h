@@ -7,7 +7,7 @@
 //     registered and is no more is retired: its id stays spent.
 #pragma once
 
-#include <functional>
+#include <new>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -146,7 +146,18 @@ class VORNACL_API Demuxer final : public EntityResolver {
   }
 
   /// The connection must be closed for this reason, as soon as no handler runs.
-  void failureIs(String8 reason);
+  void failureIs(String8 reason) noexcept;
+  /// The same for lack of memory, for which the text is there already.
+  void outOfMemory() noexcept { failureIs(outOfMemory_); }
+  /// The text that `make` builds or, without memory for it, the one that is there.
+  template <class Make>
+  String8 reasonOf(Make const& make) const {
+    try {
+      return make();
+    } catch (std::bad_alloc const&) {
+      return outOfMemory_;
+    }
+  }
   bool failed() const { return failed_; }
   String8 const& failure() const { return failure_; }
 
@@ -154,7 +165,7 @@ class VORNACL_API Demuxer final : public EntityResolver {
   Demuxer* next() const { return next_; }
 
  private:
-  void tellReferenceHolders(Sa const& retired);
+  void tellReferenceHolders(Sa const& retired) noexcept;
 
   Ptr<Out> out_;
   bool opener_;
@@ -175,6 +186,7 @@ class VORNACL_API Demuxer final : public EntityResolver {
   bool counted_ = true;  ///< the message at hand counts as applied
   bool failed_ = false;
   String8 failure_;
+  String8 const outOfMemory_ = "out of memory";
   Demuxer* next_ = nullptr;
 };
 

@@ -119,10 +119,15 @@ void Sa::onNotificationException(AttributeId id) {
     throw;
   } catch (ReadOnlyException const&) {
     throw;  // for the caller of the mutator
+  } catch (std::bad_alloc const&) {
+    if (demuxer_ != nullptr) {
+      demuxer_->outOfMemory();
+    }
   } catch (std::exception const& error) {
     if (demuxer_ != nullptr) {
-      demuxer_->failureIs("writing " + entity_->attributeString(id) + " of " + entity_->fullName() + ": " +
-                          String8(error.what()));
+      demuxer_->failureIs(demuxer_->reasonOf([&] {
+        return "writing " + entity_->attributeString(id) + " of " + entity_->fullName() + ": " + String8(error.what());
+      }));
     }
   }
 }

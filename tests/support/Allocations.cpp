@@ -2,15 +2,19 @@
 
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace {
 
 thread_local std::size_t made = 0;
 thread_local std::size_t failing = 0;
+thread_local bool staysFailing = false, hasFailed = false;
 
 void* allocate(std::size_t size) noexcept {
   ++made;
   if (failing != 0 && --failing == 0) {
+    failing = staysFailing ? 1 : 0;
+    hasFailed = true;
     return nullptr;
   }
   return std::malloc(size != 0 ? size : 1);
@@ -19,7 +23,11 @@ void* allocate(std::size_t size) noexcept {
 }  // namespace
 
 std::size_t VornTest::allocations() { return made; }
-void VornTest::failAllocation(std::size_t n) { failing = n; }
+bool VornTest::failAllocation(std::size_t n, bool fromThenOn) {
+  failing = n;
+  staysFailing = fromThenOn;
+  return std::exchange(hasFailed, false);
+}
 
 void* operator new(std::size_t size) {
   void* const memory = allocate(size);

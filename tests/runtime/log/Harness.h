@@ -277,6 +277,7 @@ class LogTest : public EntityTest {
            (*t.link)[side].out()->taken(1);
            (*t.link)[side].out()->limitIs(Kro::NboAttrLog::Out::defaultLimit);
          }},
+        {"short", [](LogTest& t, Side side) { (*t.link)[side].out()->limitIs(1); }},
         {"deferred",
          [](LogTest& t, Side) {
            for (auto const& entity : everythingIn(t.root)) {

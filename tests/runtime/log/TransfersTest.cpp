@@ -1,9 +1,8 @@
-// Whole transfers that are interrupted, resumed and repeated; connections that are lost, limited, destroyed or out of
-// memory; roots.
+// Whole transfers that are interrupted, resumed and repeated; connections that are lost, limited and destroyed;
+// roots.
 #include <algorithm>
 
 #include "tests/runtime/log/Harness.h"
-#include "tests/support/Allocations.h"
 
 namespace {
 
@@ -259,55 +258,6 @@ TEST_F(Transfers, AnyOrderOfDestructionIsClean) {
     }
     EXPECT_EQ(Kro::PtrTrack::live(), before);
   } while (std::next_permutation(order.begin(), order.end()));
-}
-
-TEST_F(Transfers, WithoutMemoryAnywhereLeaveValidTreesThatBecomeEqual) {
-  std::size_t failed = 0, passes = 0;
-  for (bool fails = true; (fails || ++passes < 2) && !HasFailure(); ++failed) {
-    failed = fails ? failed : 0;
-    SCOPED_TRACE("allocation " + std::to_string(failed + 1) + ", pass " + std::to_string(passes));
-    start();
-    run("cut connect");
-    watch = nullptr;
-    link->reads = false;
-    (*link)[M].onRootIs(nullptr);
-    if (passes == 0) {
-      link->move();
-    }
-    (*link)[S].out()->limitIs(1);  // the first of three changes is written, the others wait
-    std::vector<std::pair<Ptr<Entity>, Op>> changes;
-    std::string const name(5000, 'x');
-    std::istringstream words("5p/k:" + name + "=8 5v7/r1=9 5v7/r7=7 5v/a8=2" + name + name +
-                             " 5v7/-r2 c/c8=2 c/f6 5v/-a8 5v/a8=0again 6/v=" + name + name + name +
-                             " 5/kick=1 6/p=p M5v7/r8=8 M5v/a9=0m M5/kick=2");
-    for (std::string word; words >> word;) {
-      std::size_t const slash = word.find('/'), place = word[0] == 'M' ? 1 : 0;
-      changes.emplace_back(at(place == 1 ? M : S, word.substr(place, slash - place)), Op(word.substr(slash + 1)));
-    }
-    std::size_t const before = allocations();
-    failAllocation(failed + 1);
-    for (std::size_t i = 0; i < changes.size(); ++i) {
-      try {
-        changes[i].second(*changes[i].first);
-        for (Side const side : {S, M, S, M}) {
-          auto const bytes = i % 3 == 2 ? (*link)[side].pending() : std::span<std::uint8_t const>();
-          (*link)[other(side)].receive(bytes);
-          (*link)[side].sent(bytes.size());
-        }
-      } catch (std::bad_alloc const&) {
-      }
-    }
-    fails = allocations() - before > failed;
-    failAllocation(0);
-    expectValid();
-    changes.clear();
-    if (!(link->error(S) + link->error(M)).empty()) {
-      run("cut connect");
-    }
-    run("move kick=9 move");
-    expectEqual();
-  }
-  EXPECT_GT(failed, 50U);
 }
 
 }  // namespace
