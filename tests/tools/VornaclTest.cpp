@@ -21,6 +21,8 @@ class VornaclTest : public testing::Test {
     write("broken", "ip access-list a\n permit tcp any any eq 65536\n");
     write("two", "ip access-list a\n permit tcp any any neq 80\n");
     write("tos", "ip access-list a\n permit ip any any\n permit ip any any tos 1\n");
+    write("dead", "ip access-list a\n permit ip any any\n deny tcp any any eq 80\n");
+    write("packets", "src=192.0.2.1 dst=192.0.2.2\nx\n");
     write("flags", "@0.0.0.0/0\t0.0.0.0/0\t0 : 65535\t0 : 65535\t0x06/0xFF\t0x0200/0x1200\t\n");
     write("secret", "");
     std::filesystem::permissions("secret", std::filesystem::perms::none);
@@ -44,7 +46,7 @@ TEST_F(VornaclTest, endsAsDocumentedAndSaysWhy) {
     std::string messages;  ///< begin so
   } const cases[] = {
       {"", 2, "", "vornacl: which verb?\n"},
-      {"unknown", 2, "", "vornacl: The following argument was not expected: unknown\n"},
+      {"unknown", 2, "", "vornacl: there is no verb \"unknown\"\n"},
       {"load", 2, "", "vornacl: FILE is required\n"},
       {"load --form novel list", 2, "", "vornacl: --form: "},
       {"load --print --json list", 2, "", "vornacl: --print excludes --json\n"},
@@ -59,7 +61,7 @@ TEST_F(VornaclTest, endsAsDocumentedAndSaysWhy) {
       {"load --form classbench empty", 0, "empty" + acl + "empty: 0 rules\n", ""},
       {"load --skip broken", 4, "", "vornacl: broken:2:24: found \"65536\", expected a port, "},
       {"load tos", 4, "", "vornacl: tos:3:20: a filter has no place for \"tos\"\n"},
-      {"load --skip tos", 0, "tos" + acl + "a: 1 rules\n",
+      {"load --skip tos", 0, "tos" + acl + "a: 1 rule\n",
        "vornacl: tos:3:20: left out: a filter has no place for \"tos\"\nvornacl: 1 rule left out\n"},
       {"load two", 4, "", "vornacl: two:2: this takes 2 exact rules (--expand)\n"},
       {"load --json --expand two", 0,
@@ -67,10 +69,43 @@ TEST_F(VornaclTest, endsAsDocumentedAndSaysWhy) {
        "\"vornacl/chipRootConfig[0]/vornAclColl/acl[ipv4PAcl:0:in]\",\"type\":\"ip\",\"name\":\"a\",\"rules\":2}\n",
        ""},
       {"load flags", 4, "", "vornacl: flags:1: a filter has no place for TCP flags that must be clear, as ACK\n"},
-      {"load --loosen flags", 0, "flags" + acl + "flags: 1 rules\n",
+      {"load --loosen flags", 0, "flags" + acl + "flags: 1 rule\n",
        "vornacl: flags: flags 0x0200/0x1200 of protocol 0x06/0xFF: 1 filter loaded with SYN set\n"},
       {"load --print - <list", 0,
        "1 a 10 permit 6 0.0.0.0/0 0.0.0.0/0 0-65535 80-80\n2 a 20 deny any 0.0.0.0/0 0.0.0.0/0 0-65535 0-65535\n", ""},
+      {"check", 2, "", "vornacl: FILE is required\n"},
+      {"check missing", 6, "", "vornacl: missing: cannot be opened: No such file or directory\n"},
+      {"check list", 0, "", "vornacl: 2 rules in 1 list, 2 met\n"},
+      {"check dead", 1, "contradiction: dead:3: a 20 deny tcp any any dport 80\n  by dead:2: a 10 permit ip any any\n",
+       "vornacl: 2 rules in 1 list, 1 met, 1 contradiction\n"},
+      {"check --json dead", 1,
+       "{\"version\":1,\"event\":\"contradiction\",\"rule\":{\"file\":\"dead\",\"line\":3,\"type\":\"ip\",\"list\":"
+       "\"a\","
+       "\"number\":\"20\",\"text\":\"deny tcp any any dport "
+       "80\"},\"by\":[{\"file\":\"dead\",\"line\":2,\"type\":\"ip\","
+       "\"list\":\"a\",\"number\":\"10\",\"text\":\"permit ip any any\"}]}\n",
+       "vornacl: 2 rules in 1 list, 1 met, 1 contradiction\n"},
+      {"check --color always dead | head -c 21", 0, "\x1b[31mcontradiction\x1b[0", "vornacl: 2 rules"},
+      {"check flags two tos", 4, "", "vornacl: tos:3:20: a filter has no place for \"tos\"\n"},
+      {"lookup list", 2, "", "vornacl: PACKET is required\n"},
+      {"lookup list src=192.0.2.1", 4, "", "vornacl: PACKET:14: found the end of the line, expected \"dst=ADDRESS\"\n"},
+      {"lookup list src=192.0.2.1 dst=192.0.2.2,proto=tcp,dport=81", 0,
+       "list:3: a 20 deny ip any any (passed over 1 of 2)\n  not destination port: list:2: a 10 permit tcp any any "
+       "dport 80\n",
+       ""},
+      {"lookup flags src=192.0.2.1 dst=192.0.2.2", 1,
+       "flags: flags: no rule matches (passed over 1 of 1)\n  not flags, protocol: flags:1: flags 1 permit tcp any any "
+       "flags syn "
+       "without ack\n",
+       ""},
+      {"lookup --list b list src=192.0.2.1 dst=192.0.2.2", 6, "", "vornacl: list: there is no such list\n"},
+      {"lookup list src=::1 dst=::2", 6, "", "vornacl: list: there is no list for packets with such addresses\n"},
+      {"lookup --json --passed 0 list - <packets", 4,
+       "{\"version\":1,\"event\":\"match\",\"packet\":\"src=192.0.2.1 "
+       "dst=192.0.2.2\",\"list\":\"a\",\"rule\":{\"file\":\"list\","
+       "\"line\":3,\"type\":\"ip\",\"list\":\"a\",\"number\":\"20\",\"text\":\"deny ip any "
+       "any\"},\"passed\":1,\"closest\":[]}\n",
+       "vornacl: -:2:1: found \"x\", expected src="},
       {"load list >/dev/full", 7, "", "vornacl: cannot write the results: No space left on device\n"},
       {"--help >/dev/full", 7, "", "vornacl: cannot write the results: No space left on device\n"},
   };

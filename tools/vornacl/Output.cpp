@@ -41,4 +41,8 @@ std::string Output::colored(std::string_view text, char const* color) const {
 
 void message(std::string_view text) { fmt::print(stderr, "vornacl: {}\n", text); }
 
+std::string counted(std::size_t count, std::string_view what) {
+  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
 }  // namespace Tools

@@ -48,4 +48,7 @@ class Output {
 /// A line on standard error.
 void message(std::string_view text);
 
+/// "1 rule", "2 rules"
+std::string counted(std::size_t count, std::string_view what);
+
 }  // namespace Tools

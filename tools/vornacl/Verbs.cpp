@@ -20,6 +20,8 @@ constexpr char const* footer =
 std::vector<Verb> const& verbs() {
   static std::vector<Verb> const all = {
       {"load", "Read rules from files", declareLoad},
+      {"check", "Find rules that no packet meets", declareCheck},
+      {"lookup", "Find the rule that a packet meets first", declareLookup},
   };
   return all;
 }

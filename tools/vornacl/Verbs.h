@@ -29,5 +29,7 @@ std::vector<Verb> const& verbs();
 void declareProgram(CLI::App& app, Output& output, std::vector<Run>& runs);
 
 Run declareLoad(CLI::App& app);
+Run declareCheck(CLI::App& app);
+Run declareLookup(CLI::App& app);
 
 }  // namespace Tools

@@ -29,6 +29,9 @@ Exit parseAndRun(int argc, char** argv, Tools::Output& output) {
   } catch (CLI::CallForHelp const&) {
     output.text() += app.help();
     return Exit::done;
+  } catch (CLI::ExtrasError const& error) {
+    auto const words = app.remaining();
+    return usageError(app.get_subcommands().empty() ? "there is no verb \"" + words.front() + "\"" : error.what());
   } catch (CLI::ParseError const& error) {
     return usageError(error.what());
   }
@@ -46,12 +49,10 @@ Exit exitOf(std::system_error const& error) {
   return error.code() == std::errc::no_such_file_or_directory ? Exit::notFound : Exit::badData;
 }
 
-Exit runProgram(int argc, char** argv) {
+/// Runs what was asked for; whatever ends it, results that there are by then are written.
+Exit runProgram(int argc, char** argv, Tools::Output& output) {
   try {
-    Tools::Output output;
-    Exit const exit = parseAndRun(argc, argv, output);
-    output.flush();
-    return exit;
+    return parseAndRun(argc, argv, output);
   } catch (Tools::Failure const& failure) {
     Tools::message(failure.what());
     return failure.exit();
@@ -69,5 +70,13 @@ Exit runProgram(int argc, char** argv) {
 int main(int argc, char** argv) {
   // A reader that goes away shows as a write that fails.
   signal(SIGPIPE, SIG_IGN);
-  return static_cast<int>(runProgram(argc, argv));
+  Tools::Output output;
+  Exit exit = runProgram(argc, argv, output);
+  try {
+    output.flush();
+  } catch (Tools::Failure const& failure) {
+    Tools::message(failure.what());
+    exit = failure.exit();
+  }
+  return static_cast<int>(exit);
 }

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "tools/common/ClassBench.h"
+#include "tools/vornacl/rules/Describe.h"
 
 namespace Tools {
 
@@ -59,13 +60,6 @@ std::optional<Bytes<n>> careOf(std::vector<Bytes<n>> const& values, Bytes<n> con
     free += static_cast<unsigned>(std::popcount(static_cast<unsigned>(counted[i] & ~care[i])));
   }
   return values.size() == std::size_t{1} << free ? std::optional(care) : std::nullopt;
-}
-
-std::string addressText(Dorix::IpFamily family, Dorix::IpBytes const& bytes) {
-  auto const prefix = Dorix::IpGenPrefix::fromBytes(family, bytes, family == Dorix::IpFamily::ipv6 ? 128 : 32);
-  std::string text;
-  prefix.stringTo(text);
-  return text.substr(0, text.find('/'));
 }
 
 /// ADDR/LEN or ADDR&CARE; empty where the prefixes are not the addresses of one.

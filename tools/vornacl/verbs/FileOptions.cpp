@@ -47,7 +47,7 @@ void FileOptions::tell(Refusals const& refusals) const {
     message(refusal.place.text() + ": left out: " + refusal.reason);
   }
   if (count > 0) {
-    message(fmt::format("{} {} left out", count, count == 1 ? "rule" : "rules"));
+    message(counted(count, "rule") + " left out");
   }
 }
 

@@ -31,8 +31,8 @@ void tell(LoadedFile const& file, bool isJson, Output& output) {
                    {"name", acl->cliName().view()},
                    {"rules", rules}});
     } else {
-      output.line("{} {} {} {}: {} rules", file.name, path, stringValue(acl->aclType()).view(), acl->cliName().view(),
-                  rules);
+      output.line("{} {} {} {}: {}", file.name, path, stringValue(acl->aclType()).view(), acl->cliName().view(),
+                  counted(rules, "rule"));
     }
   }
 }
