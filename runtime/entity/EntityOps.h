@@ -24,17 +24,21 @@ inline void clearSweepMark(PtrInterface const& member) {
 
 // --- scalars ---
 
-/// Stores a scalar; an equal value changes nothing.
+/// Stores a scalar, counts and tells.
 template <class X, class D>
-void setScalar(X& entity, D const& d, typename D::Type const& value) {
-  auto& field = entity.*(d.field);
-  if (value == field) {
-    return;
-  }
+void storeScalar(X& entity, D const& d, typename D::Type const& value) {
   entity.kroObservers().reserveDispatch();
-  field = value;
+  entity.*(d.field) = value;
   entity.kroCountMutation();
   tellChange(entity, d);
+}
+
+/// The same, but an equal value changes nothing.
+template <class X, class D>
+void setScalar(X& entity, D const& d, typename D::Type const& value) {
+  if (!(value == entity.*(d.field))) {
+    storeScalar(entity, d, value);
+  }
 }
 
 /// Adds to a counter and returns the new value; it wraps and leaves the mutation counter alone.
@@ -239,7 +243,8 @@ Ptr<typename D::Element> removeEntityAt(X& entity, D const& d, typename D::MapTy
 // --- single children ---
 
 /// Gets or creates the single child of a name. The same name counts one mutation and tells nobody; another one replaces
-/// the child, which counts two and tells once.
+/// the child, which counts two and tells once. Where observers replace the new child at once, the one that stands then
+/// is returned: what is done to the other would be lost.
 template <class X, class D>
 Ptr<typename D::Type> setChild(X& entity, D const& d, Name const& name) {
   auto& field = entity.*(d.field);
@@ -259,8 +264,10 @@ Ptr<typename D::Type> setChild(X& entity, D const& d, Name const& name) {
   }
   field = created;
   entity.kroCountMutation();
-  tellChange(entity, d);
-  return created;
+  if (field == created) {  // whoever replaced it has told so
+    tellChange(entity, d);
+  }
+  return field ? field : created;
 }
 
 /// Makes a child of the entity without storing it.

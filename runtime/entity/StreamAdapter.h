@@ -113,6 +113,14 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   /// The flow-out announced a child and goes on when that child's is done.
   bool isYielding() const { return yielding_; }
 
+  /// Switched off, or detached from its entity, the adapter is silent: it writes nothing, and marks every change, which
+  /// goes out when it is switched on and attached again. The peer's messages are applied all the same. What it has to
+  /// write holds nobody else up; only the peer is not told meanwhile that all has come.
+  void hasNotificationActiveIs(bool active) override;
+  /// An adapter mirrors one entity for good: null or any other notifier detaches it, its own attaches it again.
+  void notifierIs(Ptr<PtrInterface const> const& notifier) override;
+  bool isSilent() const { return !hasNotificationActive() || isDetached_; }
+
   /// Writes what waits, from attribute `from` on; 0 when all was passed, else the attribute to resume at.
   virtual AttributeId handleAttrFlowOut(AttributeId from) = 0;
   /// Drops what a transfer that was interrupted keeps for its resumption.
@@ -155,6 +163,9 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
 
   /// Whether the flow-out may run now; otherwise what waits goes on waiting.
   bool mayFlowOut() const { return is(attachedBit) && !is(applyingBit | heldBit | mutedBit) && !isSweeping_; }
+
+  /// Until it has an id, and with it an owner, the adapter keeps itself.
+  void keepUntilAnnounced();
 
   /// Takes the adapter, and those of everything below, off the stream: the id is spent, nothing is written any more.
   void retire();
@@ -222,6 +233,8 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
 
  private:
   std::uint32_t waitingBelow(std::uint64_t before) const;
+  void silenceWas(bool silent);
+  void keepNoMore();
 
   Ptr<Entity> entity_;
   EntityId entityId_;
@@ -236,6 +249,8 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   SyncMode syncMode_ = syncModeOff;
   AttributeId sweeping_ = 0;  ///< whose entry the sweep is removing
   bool isSweeping_ = false;
+  bool isDetached_ = false;
+  bool isKept_ = false;
   bool yielding_ = false;
   std::uint64_t lastSent_ = 0;  ///< number of the last message about this entity
   std::uint64_t announcedAt_ = 0;

@@ -10,39 +10,21 @@ namespace Kro::NboAttrLog {
 
 // --- announcing children ---
 
+/// The adapter of a child, made where it has none. One that mirrors the child as a root of its own, or below another
+/// entity, ends: the child has become a part of this tree.
 template <class X>
-template <class D, class C, class... P>
-Ptr<Entity::KroNboAttrLogSa> AdapterOf<X>::announce(D const& d, std::uint32_t flags, C& child, P const&... parameters) {
-  Expect const expect(Exception::childStreamId);
-  Ptr<KroNboAttrLogSa> adapter = childAdapter(d, child);
-  bool const isNew = !adapter;
-  if (adapter) {
-    adapter->flagWordIs((adapter->flagWord() & ~inheritedBits) | flags);
-    if (adapter->is(announcedBit) || !adapter->isAnnouncer()) {
+Ptr<Entity::KroNboAttrLogSa> AdapterOf<X>::childAdapterIs(std::uint32_t flags, Entity& child) {
+  if (Ptr<KroNboAttrLogSa> const adapter = child.kroNboAttrLogSa(Ptr<Out const>(nboAttrLogOut()))) {
+    if (adapter->parentAdapter() == this) {
+      adapter->flagWordIs((adapter->flagWord() & ~inheritedBits) | flags);
       return adapter;
     }
-  } else {
-    adapter = child.kroNboAttrLogSaIs(Kro_BitSet(flags), inheritedBits, nboAttrLogOut(), this);
-    adapter->kroOnInit();
-    adapter->flowOutIs(firstEntityAttributeId);
-    adapter->doAssignEntityId();
+    adapter->retire();
   }
-  try {
-    write(headerOf(D::id, true, 0, childCreationCode), parameters..., adapter->entityId());
-  } catch (...) {
-    if (isNew) {
-      adapter->retire();
-    }
-    throw;
-  }
-  adapter->stateIs(announcedBit, true);
-  adapter->announcedAtIs(streamDemuxer()->sent());
-  if (isNew) {
-    streamDemuxer()->queue().mark(*adapter);
-    yieldToChild();
-  }
-  streamDemuxer()->announced(child);
-  return adapter;
+  Ptr<KroNboAttrLogSa> const made = child.kroNboAttrLogSaIs(Kro_BitSet(flags), inheritedBits, nboAttrLogOut(), this);
+  made->kroOnInit();
+  made->flowOutIs(firstEntityAttributeId);
+  return made;
 }
 
 namespace detail {
@@ -59,17 +41,63 @@ decltype(auto) withParameters(M const& entity, F const& f) {
 
 }  // namespace detail
 
+/// Writes the creation message of a child, unless that was written.
 template <class X>
-template <class D>
-Ptr<Entity::KroNboAttrLogSa> AdapterOf<X>::announceMember(D const& d, std::uint32_t flags,
-                                                          typename D::Element& member) {
-  Ptr<KroNboAttrLogSa> const known = childAdapter(d, member);
-  if (known && (known->is(announcedBit) || !known->isAnnouncer())) {
-    known->flagWordIs((known->flagWord() & ~inheritedBits) | flags);
-    return known;
+template <class D, class C>
+void AdapterOf<X>::announce(D const&, C& child) {
+  Expect const expect(Exception::childStreamId);
+  Ptr<KroNboAttrLogSa> const adapter = childAdapterIs(flagWord() & inheritedBits, child);
+  if (adapter->is(announcedBit) || !adapter->isAnnouncer()) {
+    return;
   }
-  return detail::withParameters(member,
-                                [&](auto const&... parameters) { return announce(d, flags, member, parameters...); });
+  bool const isNew = adapter->is(noIdBit);
+  adapter->doAssignEntityId();
+  MsgHeader const header = headerOf(D::id, true, 0, childCreationCode);
+  try {
+    if constexpr (D::kind == AttributeKind::child) {
+      write(header, child.name(), adapter->entityId());
+    } else {
+      detail::withParameters(child,
+                             [&](auto const&... parameters) { write(header, parameters..., adapter->entityId()); });
+    }
+  } catch (...) {
+    if (isNew) {
+      adapter->retire();
+    }
+    throw;
+  }
+  adapter->stateIs(announcedBit, true);
+  adapter->announcedAtIs(streamDemuxer()->sent());
+  if (isNew) {
+    streamDemuxer()->queue().mark(*adapter);
+    yieldToChild();
+  }
+  streamDemuxer()->announced(child);
+}
+
+template <class X>
+template <class D, class C>
+Ptr<Entity::KroNboAttrLogSa> AdapterOf<X>::introduce(D const& d, std::uint32_t flags, C& child) {
+  Ptr<KroNboAttrLogSa> const known = childAdapter(d, child);
+  if (!known || known->parentAdapter() != this || (!known->is(announcedBit) && known->isAnnouncer())) {
+    bool isHere;
+    if constexpr (D::kind == AttributeKind::child) {
+      isHere = (entity().*(d.field)).get() == &child;
+    } else {
+      isHere = (entity().*(d.field)).find(detail::keyOf<D>(child)) == &child;
+    }
+    if (!isHere) {
+      return nullptr;
+    }
+    if constexpr (D::kind == AttributeKind::child) {
+      handleChild(d);
+    } else {
+      handleKey(d, detail::keyOf<D>(child));
+    }
+  }
+  Ptr<KroNboAttrLogSa> const adapter = childAdapterIs(flags, child);
+  adapter->keepUntilAnnounced();
+  return adapter;
 }
 
 template <class X>

@@ -40,7 +40,7 @@ bool AdapterOf<X>::isOvertaken(D const& d, typename D::Key const& key) {
     return false;
   }
   Ptr<KroNboAttrLogSa> const adapter = childAdapter(d, *member);  // a mark of one that is announced says nothing more
-  return !adapter || adapter->announcedAt() > known;
+  return !adapter || adapter->is(noIdBit) || adapter->announcedAt() > known;
 }
 
 template <class X>
@@ -53,7 +53,8 @@ bool AdapterOf<X>::isChildOvertaken(D const& d) {
     return true;
   }
   auto const& child = entity().*(d.field);
-  return child && !childAdapter(d, *child);
+  Ptr<KroNboAttrLogSa> const adapter = child ? childAdapter(d, *child) : nullptr;
+  return child && (!adapter || adapter->is(noIdBit));
 }
 
 // --- creating and removing ---
@@ -198,7 +199,7 @@ void AdapterOf<X>::deserializeChild(D const& d, bool removal, In& in, bool given
     } else if (isChildOvertaken(d)) {
       ++streamDemuxer()->stats().droppedChanges;
     } else {
-      flow().template bitIs<D>(false);
+      takeBit(d);
       flow().template removalOwedIs<D>(false);
       (entity().*(d.del))();
     }
@@ -227,7 +228,7 @@ void AdapterOf<X>::deserializeChild(D const& d, bool removal, In& in, bool given
     }
     bool isOvertaken() const { return self.isChildOvertaken(d); }
     void voidOwn() const {
-      self.flow().template bitIs<D>(false);
+      self.takeBit(d);
       self.flow().template removalOwedIs<D>(false);
     }
     void create() const {

@@ -24,6 +24,16 @@ void AdapterOf<X>::abortTransfer() {
 }
 
 template <class X>
+void AdapterOf<X>::flowOutIs(AttributeId from) {
+  Ptr<Flow> const made = adopt(new Flow(from));
+  marksGone();
+  flowOutStored(made);
+  if (!is(noIdBit) && made->hasDirtyAttributes()) {
+    queueFlowOut();
+  }
+}
+
+template <class X>
 template <class D>
 void AdapterOf<X>::reannounceMembers(D const& d) {
   if constexpr (D::kind == AttributeKind::members) {
@@ -91,14 +101,33 @@ bool AdapterOf<X>::walkDirtyKeys(D const& d) {
 
 template <class X>
 template <class D>
+bool AdapterOf<X>::writeCollection(D const& d) {
+  return (flow().template bit<D>() || walkWhole(d)) && walkDirtyKeys(d);
+}
+
+/// Writes what waits of a collection. Outside a flow-out only where that may be written out of the queue's turn; what
+/// is left is for the queue.
+template <class X>
+template <class D>
 bool AdapterOf<X>::serializeCollection(D const& d) {
-  if (!mayWriteAtAll(D::id) || flowOut() == nullptr) {
-    return true;
+  if (is(flowingOutBit)) {
+    return !mayWriteAtAll(D::id) || writeCollection(d);
   }
-  if (!flow().template bit<D>() && !walkWhole(d)) {
-    return false;
+  switch (permissionToWrite(D::id)) {
+    case Permission::ignore:
+      return true;
+    case Permission::mark:
+      break;
+    case Permission::write:
+      FlowingOut const flowing(*this);
+      flow().attrIdIs(D::id);
+      writeCollection(d);
   }
-  return walkDirtyKeys(d);
+  bool const isWritten = flow().template bit<D>() && flow().template keys<D>().dirty.size() == 0;
+  if (flow().hasDirtyAttributes()) {
+    queueFlowOut();
+  }
+  return isWritten;
 }
 
 template <class X>
@@ -134,7 +163,7 @@ bool AdapterOf<X>::flowOutAttribute(D const& d, AttributeId from, AttributeId& r
 
 template <class X>
 AttributeId AdapterOf<X>::handleAttrFlowOut(AttributeId from) {
-  if (flowOut() == nullptr) {
+  if (flowOut() == nullptr || isSilent()) {
     return 0;
   }
   FlowingOut const flowing(*this);
@@ -170,7 +199,8 @@ unsigned AdapterOf<X>::audit() const {
         errors += flow().template keys<D>().dirty.auditErrors(0);
       }
     });
-    errors += flow().hasDirtyAttributes() && waiting().since == 0 ? 1U : 0U;  // what is dirty must wait somewhere
+    // What is dirty must wait somewhere, but for an entity that is still to be announced.
+    errors += flow().hasDirtyAttributes() && waiting().since == 0 && !is(noIdBit) ? 1U : 0U;
   }
   return errors;
 }

@@ -5,6 +5,8 @@
 // change is applied: it may retire this very adapter, so its registration is asked again after each mutator.
 #pragma once
 
+#include <cmath>
+
 #include "runtime/log/AdapterOf.h"
 
 namespace Kro::NboAttrLog {
@@ -180,10 +182,19 @@ void AdapterOf<X>::deserializeScalar(D const& d, In& in, bool given) {
     return;
   }
   if (!isAnnouncer()) {
-    flow().template bitIs<D>(false);
+    takeBit(d);
   }
   detail::HeldBack thrown;
-  thrown.run([&] { (entity().*(d.set))(value); });
+  thrown.run([&] {
+    if constexpr (std::is_floating_point_v<typename D::Type>) {
+      auto const& stored = entity().*(d.field);
+      if (value == stored && std::signbit(value) != std::signbit(stored)) {
+        storeScalar(entity(), d, value);  // equal for the mutator, but the ends agree bit by bit
+        return;
+      }
+    }
+    (entity().*(d.set))(value);
+  });
   if (isRegistered() && isAnnouncer() && peerIsBehind()) {
     markBit(d);
   }

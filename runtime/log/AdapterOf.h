@@ -77,7 +77,7 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   void handleAttrDeserialization(AttributeId id, DeserializationOptions options, unsigned n,
                                  Ptr<In> const& in) override;
   void handleAttrTransaction(AttributeId id, AttrTransactionType type, unsigned n) override;
-  void flowOutIs(AttributeId from) override { flowOutStored(adopt(new Flow(from))); }
+  void flowOutIs(AttributeId from) override;
   void doNotification(AttributeId id, void* key) override { handleChange(id, key); }
   /// An attribute changed: writes or marks it. `key` points to the key of a keyed one.
   void handleChange(AttributeId id, void const* key);
@@ -119,14 +119,16 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   Ptr<KroNboAttrLogSa> childAdapter(D const&, Entity const& child) const {
     return const_cast<Entity&>(child).kroNboAttrLogSa(Ptr<Out const>(nboAttrLogOut()));
   }
-  /// Finds or makes the child's adapter and writes its creation message, unless it was announced.
+  /// Finds or makes the adapter of a child. One that was not announced is, at once where that may be written now, else
+  /// in its turn. Null where the child does not stand in this entity.
   template <class D>
-  Ptr<KroNboAttrLogSa> announceChild(D const& d, std::uint32_t flags,
-                                     typename D::Type const& child) requires(D::kind == AttributeKind::child) {
-    return announce(d, flags, const_cast<typename D::Type&>(child), child.name());
+  Ptr<KroNboAttrLogSa> announceChild(D const& d, std::uint32_t flags, typename D::Type const& child) {
+    return introduce(d, flags, const_cast<typename D::Type&>(child));
   }
   template <class D>
-  Ptr<KroNboAttrLogSa> announceMember(D const& d, std::uint32_t flags, typename D::Element& member);
+  Ptr<KroNboAttrLogSa> announceMember(D const& d, std::uint32_t flags, typename D::Element& member) {
+    return introduce(d, flags, member);
+  }
   template <class D>
   Ptr<KroNboAttrLogSa> childAdapterDel(D const&, Entity& child) {
     return child.kroNboAttrLogSaDel(Ptr<Out const>(nboAttrLogOut()));
@@ -142,14 +144,19 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   /// Writes a message whole: its room is made first, so that it is never left half written.
   template <class... Fields>
   void write(MsgHeader const& header, Fields const&... fields);
-  template <class D, class C, class... P>
-  Ptr<KroNboAttrLogSa> announce(D const& d, std::uint32_t flags, C& child, P const&... parameters);
+  Ptr<KroNboAttrLogSa> childAdapterIs(std::uint32_t flags, Entity& child);
+  template <class D, class C>
+  void announce(D const& d, C& child);
+  template <class D, class C>
+  Ptr<KroNboAttrLogSa> introduce(D const& d, std::uint32_t flags, C& child);
 
   // --- marks ---
   template <class D>
   void markKey(D const& d, typename D::Key const& key, bool removalOwed) noexcept;
   template <class D>
   void markBit(D const& d) noexcept;
+  template <class D>
+  void takeBit(D const& d);
   template <class D>
   DirtyMark takeKey(D const& d, typename D::Key const& key);
   template <class D>
@@ -161,6 +168,8 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   void abortTransfer();
   template <class D>
   void reannounceMembers(D const& d);
+  template <class D>
+  bool writeCollection(D const& d);
   template <class D>
   bool walkDirtyKeys(D const& d);
   template <class D>

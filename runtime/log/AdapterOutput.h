@@ -57,11 +57,16 @@ void AdapterOf<X>::markKey(D const&, typename D::Key const& key, bool removalOwe
 template <class X>
 template <class D>
 void AdapterOf<X>::markBit(D const&) noexcept {
-  if (flow().template bit<D>()) {
-    streamDemuxer()->dirtyMark(false);
-  }
-  flow().template bitIs<D>(true);
+  streamDemuxer()->dirtyMark(flow().template mark<D>());
   queueFlowOut();
+}
+
+template <class X>
+template <class D>
+void AdapterOf<X>::takeBit(D const&) {
+  if (flow().template unmark<D>()) {
+    streamDemuxer()->dirtyUnmark();
+  }
 }
 
 template <class X>
@@ -125,7 +130,7 @@ void AdapterOf<X>::handleScalar(D const& d) {
   constexpr bool isSized = std::is_same_v<Type, bool> || D::kind == AttributeKind::counter;
   try {
     write(headerOf(D::id, !isSized, isSized ? sizeof(Type) : 0), (entity().*(d.get))());
-    flow().template bitIs<D>(false);
+    takeBit(d);
   } catch (std::bad_alloc const&) {
     markBit(d);
     flow().suspend();
@@ -155,7 +160,7 @@ void AdapterOf<X>::handleChild(D const& d) {
     case Permission::write:
       break;
   }
-  flow().template bitIs<D>(false);
+  takeBit(d);
   flow().template removalOwedIs<D>(false);
   try {
     auto& lastWord = flow().template keys<D>().lastWord;
@@ -165,7 +170,7 @@ void AdapterOf<X>::handleChild(D const& d) {
       owed = false;  // also where the creation has to wait
     }
     if (child) {
-      announceChild(d, flagWord() & inheritedBits, *child);
+      announce(d, *child);
       lastWord = streamDemuxer()->sent();
     }
   } catch (std::bad_alloc const&) {
@@ -276,7 +281,7 @@ void AdapterOf<X>::serializeEntity(D const& d, typename D::Key const& key, Ptr<t
       owed = false;  // also where the creation has to wait
     }
     if (member) {
-      announceMember(d, flagWord() & inheritedBits, *member);
+      announce(d, *member);
     }
     wroteKey(d, key);
   } catch (std::bad_alloc const&) {

@@ -56,8 +56,8 @@ void Connection::rootIs(Ptr<Entity> const& root, Access access) {
   if (state_ == State::lost) {
     throwInternalException("a root is attached to a lost connection: " + lastError_);
   }
-  if (root->kroNboAttrLogSa(Ptr<Out const>(out_))) {
-    throwInternalException("a root is attached twice: " + root->fullName());
+  if (String8 const overlap = overlapOf(*root); !overlap.empty()) {
+    throwInternalException(overlap);
   }
   unsigned const flags = access == Access::readOnly ? unsigned{Sa::readOnlyRemoteBit} : 0U;
   Ptr<Sa> const adapter = root->kroNboAttrLogSaIs(Entity::Kro_BitSet(flags), flags, out_, nullptr);
@@ -74,6 +74,31 @@ void Connection::rootIs(Ptr<Entity> const& root, Access access) {
   }
 }
 
+/// What is wrong with attaching a root beside those that are: the text of the error, empty where nothing is.
+String8 Connection::overlapOf(Entity& root) const {
+  Ptr<Out const> const out(out_);
+  if (Ptr<Sa> const adapter = root.kroNboAttrLogSa(out); adapter && adapter->parentAdapter() == nullptr) {
+    return "a root is attached twice: " + root.fullName();
+  }
+  for (Ptr<Entity> above = root.parent(); above; above = above->parent()) {
+    if (above->kroNboAttrLogSa(out)) {
+      return "a root lies below an attached entity: " + root.fullName();
+    }
+  }
+  for (auto const* const attached : {&roots_, &arrived_}) {
+    for (Ptr<Sa> const& adapter : *attached) {
+      Ptr<Entity> above = adapter->isRegistered() ? adapter->rawEntity().parent() : nullptr;
+      for (; above; above = above->parent()) {
+        if (above.get() == &root) {
+          return "a root lies above an attached entity: " + root.fullName() + " above " +
+                 adapter->rawEntity().fullName();
+        }
+      }
+    }
+  }
+  return {};
+}
+
 bool Connection::rootDel(Ptr<Entity> const& root) {
   Ptr<Sa> const adapter = root ? root->kroNboAttrLogSa(Ptr<Out const>(out_)) : nullptr;
   if (!adapter || adapter->parentAdapter() != nullptr) {
@@ -81,6 +106,7 @@ bool Connection::rootDel(Ptr<Entity> const& root) {
   }
   adapter->retire();
   std::erase(roots_, adapter);
+  std::erase(arrived_, adapter);
   return true;
 }
 
@@ -117,7 +143,7 @@ std::span<std::uint8_t const> Connection::pending() {
   Ptr<Connection> const held = share(this);
   endIfFailed();
   if (state_ == State::lost) {
-    tellState();
+    tell();
     return {};
   }
   try {
@@ -132,7 +158,7 @@ std::span<std::uint8_t const> Connection::pending() {
     demuxer_.failureIs(demuxer_.reasonOf([&] { return "writing: " + String8(error.what()); }));
   }
   endIfFailed();
-  tellState();
+  tell();
   return state_ == State::lost ? std::span<std::uint8_t const>() : out_->pending();
 }
 
@@ -175,7 +201,7 @@ void Connection::receive(std::span<std::uint8_t const> bytes) {
     throw;  // of user code; its message was applied and the bytes behind it are kept
   }
   endIfFailed();
-  tellState();
+  tell();
 }
 
 void Connection::keep(std::vector<std::uint8_t>& kept, std::span<std::uint8_t const> bytes) noexcept {
@@ -384,8 +410,8 @@ void Connection::takeRoot(std::span<std::uint8_t const> payload) {
     demuxer_.applyingIs(true);
     return;
   }
-  if (root->kroNboAttrLogSa(Ptr<Out const>(out_))) {
-    throw AttrLogEntityException("a root is created twice: " + root->fullName());
+  if (String8 const overlap = overlapOf(*root); !overlap.empty()) {
+    throw AttrLogEntityException(overlap);
   }
   demuxer_.idSpent(id);
   demuxer_.requireRoomForEntity(nullptr);
@@ -393,6 +419,7 @@ void Connection::takeRoot(std::span<std::uint8_t const> payload) {
   Ptr<Sa> const adapter = root->kroNboAttrLogSaIs(Entity::Kro_BitSet(flags), flags, out_, nullptr);
   adapter->flowOutIs(FlowOut::nothing);
   adapter->doEntityIdIs(id, demuxer_);
+  arrived_.push_back(adapter);
   std::erase(offered_, root);
   stateIs(State::synchronising);
   demuxer_.applyingIs(true);
@@ -431,7 +458,7 @@ String8 Connection::placeOf(WireHeader const& wire) const {
 void Connection::close(String8 reason) {
   Ptr<Connection> const held = share(this);
   lose(std::move(reason));
-  tellState();
+  tell();
 }
 
 void Connection::lose(String8 reason) {
@@ -445,6 +472,7 @@ void Connection::lose(String8 reason) {
   for (Ptr<Sa> const& root : std::exchange(roots_, {})) {
     root->retire();  // one that was not announced yet stands in no register
   }
+  arrived_.clear();
   offered_.clear();
   kept_.clear();
   later_.clear();
@@ -464,13 +492,32 @@ void Connection::stateIs(State state) {
   }
 }
 
-void Connection::tellState() {
+/// Tells the owner what has happened to roots and to the connection.
+void Connection::tell() {
+  if (demuxer_.rootsRetired()) {
+    tellRootsLeft(roots_);
+    tellRootsLeft(arrived_);
+  }
   if (toldState_ == state_) {
     return;
   }
   toldState_ = state_;
   if (auto const callback = onState_) {
     (*callback)(state_);
+  }
+}
+
+void Connection::tellRootsLeft(std::vector<Ptr<Sa>>& roots) {
+  // The callback may attach and detach others.
+  for (std::size_t i = roots.size(); i-- > 0; i = std::min(i, roots.size())) {
+    if (roots[i]->isRegistered()) {
+      continue;
+    }
+    Ptr<Entity> const left = roots[i]->kroNotifierEntity();
+    roots.erase(roots.begin() + static_cast<std::ptrdiff_t>(i));
+    if (auto const callback = onRootLeft_) {
+      (*callback)(left);
+    }
   }
 }
 

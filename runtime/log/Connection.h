@@ -31,9 +31,9 @@ class VORNACL_API Connection final : public PtrInterface {
   static Ptr<Connection> create(Role role, Limits const& limits = {});
   ~Connection() override;
 
-  /// Sends a tree: the entity and everything below it, now and whenever it changes. Held until the connection ends.
-  /// Throws `RangeException` for a null entity, `InternalException` for one that is attached already or on a lost
-  /// connection.
+  /// Sends a tree: the entity and everything below it, now and whenever it changes. Held until the connection ends or
+  /// the root leaves it, see `onRootLeftIs`. Throws `RangeException` for a null entity, `InternalException` on a lost
+  /// connection and for an entity that overlaps what is attached to this one: the same, one above it or one below.
   void rootIs(Ptr<Entity> const& root, Access access = Access::readWrite);
   /// Ends the attachment of a tree that is sent from here or has arrived; the peer is not told. Returns whether it was
   /// attached as a root: nothing is done to what only lies below one.
@@ -48,6 +48,11 @@ class VORNACL_API Connection final : public PtrInterface {
   /// Called for each root that arrives, bound or new, before anything of its content is applied. Hold the entity: the
   /// connection holds it no longer than it lasts.
   void onRootIs(std::function<void(Ptr<Entity> const&)> callback) { onRoot_ = shared(std::move(callback)); }
+  /// Called for each root, sent from here or arrived, whose attachment has ended without `rootDel` while the connection
+  /// lives: the collection that holds it removed it, or it became part of another attached tree, which sends it then.
+  /// Like `onStateIs`, never from within a change of an entity. The peer is told nothing: it keeps what it has of that
+  /// root and gets no more. Where that must not be taken for the truth, close the connection.
+  void onRootLeftIs(std::function<void(Ptr<Entity> const&)> callback) { onRootLeft_ = shared(std::move(callback)); }
   /// Called when `state` has changed, never from within a change of an entity.
   void onStateIs(std::function<void(State)> callback) { onState_ = shared(std::move(callback)); }
 
@@ -111,8 +116,10 @@ class VORNACL_API Connection final : public PtrInterface {
   void writePreface();
   void writeComplete();
   void lose(String8 reason);
+  String8 overlapOf(Entity& root) const;
   void stateIs(State state);
-  void tellState();
+  void tell();
+  void tellRootsLeft(std::vector<Ptr<Entity::KroNboAttrLogSa>>& roots);
   void endIfFailed();
   /// Whether nothing is taken any more.
   bool isOver() const { return state_ == State::lost || demuxer_.failed(); }
@@ -130,10 +137,12 @@ class VORNACL_API Connection final : public PtrInterface {
   Ptr<Out> out_;
   Ptr<In> in_;
   Demuxer demuxer_;
-  std::vector<Ptr<Entity::KroNboAttrLogSa>> roots_;  ///< sent from here
+  std::vector<Ptr<Entity::KroNboAttrLogSa>> roots_;    ///< sent from here
+  std::vector<Ptr<Entity::KroNboAttrLogSa>> arrived_;  ///< roots of the peer
   std::vector<Ptr<Entity>> offered_;
   Access arrivingAccess_ = Access::readWrite;
   Shared<std::function<void(Ptr<Entity> const&)>> onRoot_;
+  Shared<std::function<void(Ptr<Entity> const&)>> onRootLeft_;
   Shared<std::function<void(State)>> onState_;
   std::vector<std::uint8_t> kept_;   ///< received and not yet taken: mostly the beginning of a message
   std::vector<std::uint8_t> later_;  ///< received while a message was applied

@@ -58,6 +58,7 @@ Ptr<Demuxer::Sa> Demuxer::reactorDel(EntityId id) {
 
 Ptr<Demuxer::Sa> Demuxer::unregister(Sa& adapter) {
   queue_.leavePlaceToParent(adapter);
+  rootsRetired_ = rootsRetired_ || adapter.parentAdapter() == nullptr;
   std::erase(referenceHolders_, &adapter);
   tellReferenceHolders(adapter);
   flowInDel(adapter.entityId());
@@ -119,7 +120,7 @@ bool Demuxer::checkEphemeralEntityDeletion(Entity* entity, EntityId const& id, b
     return false;
   }
   Ptr<Sa> const adapter = entity->kroNboAttrLogSa(Ptr<Out const>(out_));
-  return adapter && !(adapter->entityId() == id);
+  return adapter && !adapter->is(Sa::noIdBit) && !(adapter->entityId() == id);
 }
 
 // --- the queue of flow-outs ---

@@ -34,7 +34,7 @@ struct Stats {
   std::uint64_t messagesReceived = 0;
   std::uint64_t bytesReceived = 0;
   std::uint64_t mergedChanges = 0;   ///< changes of a key or attribute that was dirty already
-  std::uint64_t dirtyMarks = 0;      ///< keys and attributes that wait now
+  std::uint64_t dirtyMarks = 0;      ///< keys and attributes that changed and wait now
   std::uint64_t dirtyMarksPeak = 0;  ///< most that ever waited
   std::uint64_t unknownEnumerators = 0;
   std::uint64_t skippedMessages = 0;  ///< for retired or ignored entities and for unknown attributes
@@ -66,6 +66,8 @@ class VORNACL_API Demuxer final : public EntityResolver {
   Ptr<Sa> reactorDel(EntityId id);
   /// Takes a retired adapter out of the register; returns the reference that was held.
   Ptr<Sa> unregister(Sa& adapter);
+  /// Whether adapters without one above them were retired since this was asked last.
+  bool rootsRetired() { return std::exchange(rootsRetired_, false); }
   /// Retires every adapter: the connection was lost.
   void retireAll();
   std::size_t reactors() const { return reactors_.size(); }
@@ -175,6 +177,7 @@ class VORNACL_API Demuxer final : public EntityResolver {
   mutable Sa* lastFound_ = nullptr;
   std::unordered_map<EntityId, FlowIn> flowIns_;
   std::vector<Sa*> referenceHolders_;
+  bool rootsRetired_ = false;
   std::uint64_t lastOwn_;
   std::uint64_t lastOfPeer_ = 0;
   Queue queue_;

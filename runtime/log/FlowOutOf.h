@@ -5,6 +5,7 @@
 // a has-synced bit for each collection. So a scalar waits while its bit is set, a collection while its bit is clear.
 #pragma once
 
+#include <bit>
 #include <list>
 #include <map>
 #include <optional>
@@ -115,6 +116,22 @@ class FlowOutOf : public FlowOut {
   void bitIs(bool on) {
     bits_ = on ? bits_ | bitOf<D>() : bits_ & ~bitOf<D>();
   }
+  /// Sets the dirty bit of a scalar or child that changed; true where it was not set.
+  template <class D>
+  bool mark() {
+    std::uint32_t const isNew = bitOf<D>() & ~bits_;
+    bits_ |= isNew;
+    marks_ |= isNew;
+    return isNew != 0;
+  }
+  /// Clears the dirty bit of a scalar or child; true where a change had set it.
+  template <class D>
+  bool unmark() {
+    bool const wasMarked = (marks_ & bitOf<D>()) != 0;
+    bits_ &= ~bitOf<D>();
+    marks_ &= ~bitOf<D>();
+    return wasMarked;
+  }
   template <class D>
   bool bit() const {
     return (bits_ & bitOf<D>()) != 0;
@@ -151,9 +168,9 @@ class FlowOutOf : public FlowOut {
     return dirty;
   }
 
-  /// Number of dirty keys and bits.
+  /// Number of keys and attributes that changed and wait.
   std::uint64_t dirtyMarks() const {
-    std::uint64_t n = 0;
+    auto n = static_cast<std::uint64_t>(std::popcount(marks_));
     forEachEntityAttribute<X>([&](auto const& d) {
       using D = std::remove_cvref_t<decltype(d)>;
       if constexpr (isKeyed<D>) {
@@ -165,6 +182,7 @@ class FlowOutOf : public FlowOut {
 
  private:
   std::uint32_t bits_ = 0;
+  std::uint32_t marks_ = 0;  ///< of them, those of scalars and children that a change has set
   std::uint32_t owed_ = 0;
   typename detail::FlowOutTuple<X, std::make_index_sequence<entityAttributeCount<X>>>::Type attributes_;
 };

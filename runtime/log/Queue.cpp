@@ -16,19 +16,23 @@ void Queue::letBelowGoFirst(Sa& adapter) {
   stand(adapter, first_);
 }
 
-/// Lets an adapter that does not wait begin to, in front of another one in the line or at its end.
+/// Lets an adapter that does not wait begin to, in front of another one if that stands in the line, else at its end.
 void Queue::begin(Sa& adapter, Sa* behind, std::uint64_t since) {
   adapter.waiting().since = since;
   ++waiting_;
-  count(adapter, true);
-  stand(adapter, behind);
+  if (!adapter.isSilent()) {
+    count(adapter, true);
+  }
+  stand(adapter, behind != nullptr && behind->waiting().inLine ? behind : nullptr);
 }
 
 void Queue::remove(Sa& adapter) {
   if (adapter.waiting().since == 0) {
     return;
   }
-  count(adapter, false);
+  if (!adapter.isSilent()) {
+    count(adapter, false);
+  }
   adapter.waiting().since = 0;
   --waiting_;
   stand(adapter, nullptr);
@@ -39,9 +43,16 @@ void Queue::leavePlaceToParent(Sa& adapter) {
   std::uint64_t const since = adapter.waiting().since;
   if (parent != nullptr && since != 0 && (parent->waiting().since == 0 || parent->waiting().since > since)) {
     remove(*parent);
-    begin(*parent, adapter.waiting().inLine ? &adapter : first_, since);
+    begin(*parent, &adapter, since);
   }
   remove(adapter);
+}
+
+void Queue::silenceChanged(Sa& adapter) {
+  if (adapter.waiting().since != 0) {
+    count(adapter, !adapter.isSilent());
+    stand(adapter, nullptr);
+  }
 }
 
 /// Tells those above an adapter that it begins or ceases to wait.
@@ -60,7 +71,7 @@ void Queue::count(Sa const& adapter, bool more) {
 /// Puts the adapter into the line, in front of another one or at the end, or takes it out, as it has to be.
 void Queue::stand(Sa& adapter, Sa* behind) {
   Sa::Waiting& w = adapter.waiting();
-  bool const stands = w.since != 0 && w.older == 0;
+  bool const stands = w.since != 0 && w.older == 0 && !adapter.isSilent();
   if (stands == w.inLine) {
     return;
   }

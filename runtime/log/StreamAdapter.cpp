@@ -61,6 +61,24 @@ bool Sa::isAnnouncer() const { return demuxer_ != nullptr && (is(noIdBit) || dem
 
 String8 Sa::name() const { return entity_->name().string(); }
 
+void Sa::hasNotificationActiveIs(bool active) {
+  bool const silent = isSilent();
+  StreamAdapter::hasNotificationActiveIs(active);
+  silenceWas(silent);
+}
+
+void Sa::notifierIs(Ptr<PtrInterface const> const& notifier) {
+  bool const silent = isSilent();
+  isDetached_ = notifier.get() != entity_.get();
+  silenceWas(silent);
+}
+
+void Sa::silenceWas(bool silent) {
+  if (silent != isSilent() && demuxer_ != nullptr) {
+    demuxer_->queue().silenceChanged(*this);
+  }
+}
+
 void Sa::kroOnInit() {}
 void Sa::kroInstantiateSerialize() {}
 
@@ -74,6 +92,20 @@ void Sa::doEntityIdIs(EntityId id, NboAttrLog::Demuxer& demuxer) {
   entityId_ = id;
   demuxer.reactorIs(id, *this);
   stateIs(noIdBit, false);
+  keepNoMore();
+}
+
+void Sa::keepUntilAnnounced() {
+  if (is(noIdBit) && !isKept_) {
+    isKept_ = true;
+    referencesInc();
+  }
+}
+
+void Sa::keepNoMore() {
+  if (std::exchange(isKept_, false)) {
+    referencesDec();
+  }
 }
 
 void Sa::syncModeIs(SyncMode mode) { syncMode_ = mode; }
@@ -88,7 +120,8 @@ void Sa::doRemountSelf(Ptr<NboAttrLog::Out> const&) {
 std::uint32_t Sa::waitingBelow(std::uint64_t before) const {
   std::uint32_t n = 0;
   for (KroNboAttrLogSa const* at = firstChild_; at != nullptr; at = at->nextSibling_) {
-    n += at->waitingBelow(before) + (at->waiting_.since != 0 && at->waiting_.since < before ? 1U : 0U);
+    bool const counts = !at->isSilent() && at->waiting_.since != 0 && at->waiting_.since < before;
+    n += at->waitingBelow(before) + (counts ? 1U : 0U);
   }
   return n;
 }
@@ -101,7 +134,7 @@ unsigned Sa::audit() const {
   }
   errors += waitingBelow(UINT64_MAX) != waiting_.below ? 1U : 0U;
   errors += waitingBelow(waiting_.lastMark) != waiting_.older ? 1U : 0U;
-  return errors + (waiting_.inLine != (waiting_.since != 0 && waiting_.older == 0) ? 1U : 0U);
+  return errors + (waiting_.inLine != (waiting_.since != 0 && waiting_.older == 0 && !isSilent()) ? 1U : 0U);
 }
 
 bool Sa::readOnlyRemoteOk(AttributeId) const { return false; }
@@ -158,6 +191,7 @@ void Sa::retire() {
   }
   demuxer_ = nullptr;
   out_ = nullptr;
+  keepNoMore();
 }
 
 // --- guards of the writers ---
@@ -171,6 +205,9 @@ bool Sa::mayWriteAtAll(AttributeId id) {
     return false;
   }
   if (is(readOnlyBit) && !convertedToWritable(false)) {
+    if (isSilent()) {
+      return false;
+    }
     doThrowReadOnly(id);
   }
   return true;
@@ -179,6 +216,9 @@ bool Sa::mayWriteAtAll(AttributeId id) {
 Sa::Permission Sa::permissionToWrite(AttributeId id) {
   if (!mayWriteAtAll(id)) {
     return Permission::ignore;
+  }
+  if (isSilent()) {
+    return Permission::mark;
   }
   bool const bufferShort = !out_->hasSufficientBuffer();
   if (!is(deferredBit)) {

@@ -119,6 +119,16 @@ TEST_F(RootConfigTest, NothingTouchesAConfigurationThatAHandlerDestroyed) {
   }
 }
 
+TEST_F(RootConfigTest, ReturnsTheChildThatStandsWhereTheEndOfTheOldOneReplacesTheNew) {
+  config->vornAclCollIs("old");
+  auto const a = observe<ConfigSpy>(config, "A");
+  auto const ofChild = observeWeakly<AclCollSpy>(config->vornAclColl(), "C", [&] { config->vornAclCollIs("nested"); });
+  Ptr<VornAclColl> const returned = config->vornAclCollIs("new");
+  EXPECT_TRUE(returned == config->vornAclColl());
+  EXPECT_EQ(returned->name().view(), "nested");
+  EXPECT_EQ(journal.take(), "C:zero A:aclColl");
+}
+
 TEST_F(RootConfigTest, TellsItsEndAndLeavesNoChildBehind) {
   config->initialize();
   Ptr<VornAclColl> const coll = config->vornAclColl();

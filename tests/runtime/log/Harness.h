@@ -227,6 +227,17 @@ class LogTest : public EntityTest {
     return rest;
   }
   Ptr<VornAcl> acl(Side side = M) { return Kro::ptrCast<VornAcl>(at(side, "5v7")); }
+  Ptr<Sa> adapterOf(Entity& entity, Side side = S) {
+    return entity.kroNboAttrLogSa(Ptr<Kro::NboAttrLog::Out const>((*link)[side].out()));
+  }
+  /// Does something with each adapter of an end's tree.
+  void onAdapters(Side side, void (*act)(Sa&)) {
+    for (auto const& entity : everythingIn(side == S ? root : mirror)) {
+      if (auto const sa = adapterOf(*entity, side)) {
+        act(*sa);
+      }
+    }
+  }
   Ptr<Sa> adapter(std::uint64_t id) { return Kro::share((*link)[M].demuxer().reactor({id})); }
   void forget() { link->lines(S), link->lines(M), journal.take(); }
 
@@ -278,12 +289,12 @@ class LogTest : public EntityTest {
            (*t.link)[side].out()->limitIs(Kro::NboAttrLog::Out::defaultLimit);
          }},
         {"short", [](LogTest& t, Side side) { (*t.link)[side].out()->limitIs(1); }},
-        {"deferred",
-         [](LogTest& t, Side) {
-           for (auto const& entity : everythingIn(t.root)) {
-             entity->kroNboAttrLogSa(Ptr<Kro::NboAttrLog::Out const>((*t.link)[S].out()))->stateIs(Sa::deferredBit, true);
-           }
-         }},
+        {"deferred", [](LogTest& t, Side side) { t.onAdapters(side, [](Sa& sa) { sa.stateIs(Sa::deferredBit, true); }); }},
+        {"mute", [](LogTest& t, Side side) { t.onAdapters(side, [](Sa& sa) { sa.hasNotificationActiveIs(false); }); }},
+        {"unmute", [](LogTest& t, Side side) { t.onAdapters(side, [](Sa& sa) { sa.hasNotificationActiveIs(true); }); }},
+        {"detach", [](LogTest& t, Side side) { t.onAdapters(side, [](Sa& sa) { sa.notifierIs(nullptr); }); }},
+        {"attach",
+         [](LogTest& t, Side side) { t.onAdapters(side, [](Sa& sa) { sa.notifierIs(sa.kroNotifierEntity()); }); }},
         {"cut", [](LogTest& t, Side) { (*t.link)[S].close("cut"), (*t.link)[M].close("cut"); }},
         {"close", [](LogTest& t, Side side) { (*t.link)[side].close("enough"); }},
         {"throw", [](LogTest&, Side) { throw std::runtime_error("of an observer"); }},

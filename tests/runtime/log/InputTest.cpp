@@ -227,6 +227,8 @@ TEST_F(Input, ReadOnlyEndsRefuse) {
                 std::string("attribute ") + place + " changed");
     }
     EXPECT_EQ(mirror->chipRootConfigSize(), 3U) << "what was changed stands here";
+    auto const sa = Kro::ptrCast<RootConfigColl::KroNboAttrLogSa>(adapter(3));
+    EXPECT_THROW(sa->chipRootConfigNboAttrLogAdapterIs(0, *mirror->chipRootConfig(8)), Kro::ReadOnlyException);
     EXPECT_EQ(journal.take(), "") << "and nobody was told";
     run("kick=4 move");
     EXPECT_EQ(link->lines(M), "");

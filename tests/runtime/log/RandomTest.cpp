@@ -80,6 +80,9 @@ class System {
         connect(node);
       }
     }
+    if (node.link && event <= 12) {
+      mute(node, random_.chance(50) ? S : M);
+    }
     Node& away = anyMirror();
     if (!away.link && random_.chance(30)) {
       changeSomewhere(away);  // in any mode: the next transfer takes that back
@@ -98,6 +101,13 @@ class System {
   /// Everything is connected and moves until nothing moves any more; then all must be equal.
   void heal() {
     reactions_ = std::min(reactions_, 2);
+    for (std::size_t n = 1; n < nodes_.size(); ++n) {
+      for (Side const side : {S, M}) {
+        if (nodes_[n].link) {
+          mute(nodes_[n], side, false);
+        }
+      }
+    }
     drain();
     checkEqual();
     if (random_.chance(30) && !testing::Test::HasFailure()) {
@@ -121,6 +131,19 @@ class System {
 
   // --- connections ---
 
+  /// Silences the adapter of a random entity at one end, or all of them no more.
+  void mute(Node& node, Side side, bool silence = true) {
+    auto const& out = (*node.link)[side].out();
+    for (auto const& root : side == node.sender ? nodes_[0].roots : node.roots) {
+      for (auto const& entity : root ? everythingIn(root) : std::vector<Ptr<Entity>>()) {
+        auto const sa = entity->kroNboAttrLogSa(Ptr<Kro::NboAttrLog::Out const>(out));
+        if (sa && (!silence || random_.chance(10))) {
+          sa->hasNotificationActiveIs(!silence || random_.chance(30));
+          sa->notifierIs(silence && random_.chance(30) ? nullptr : entity);
+        }
+      }
+    }
+  }
   Limits limits() {
     Limits limits;
     limits.bufferedBytes = random_.chance(30) ? 0 : 1U << random_.below(13);

@@ -89,6 +89,7 @@ TEST_F(Traces, MessagesOfEachKindOfChange) {
 TEST_F(Traces, MergeWhileChangesWait) {
   std::string const child15 = "(5,261,T,0,151) \"x\" 15; B(15,258); E(15,258)", two = " ";
   Row const rows[] = {
+      {"kick time, by way of 1 to another zero", "", "time=1 time=-0", "(7,264,T,0,0) -0", "5:time"},
       {"value added, changed", "", "r3=3 r3=4", "(11,261,T,0,0) 3.0.0 ttl=4", "5v7:ip(3.0.0)"},
       {"value added, removed", "", "r3=3 -r3", "(11,-261,T,0,0) 3.0.0", ""},
       {"value changed, changed", "", "r1=3 r1=4", "(11,261,T,0,0) 1.0.0 ttl=4", ip1},
@@ -133,7 +134,8 @@ TEST_F(Traces, MergeWhileChangesWait) {
       {"reference to what is not sent yet", "", "c8=2 f8", "(3,258,T,0,151) 8 2 15; " + bare(15) + "; (3,259,T,0,0) 15",
        "c:config(8) c:failed(2)"}};
   for (Row const& row : rows) {
-    for (char const* const way : {"block % free", "deferred block % free"}) {
+    for (char const* const way :
+         {"block % free", "deferred block % free", "mute % move unmute", "detach % move attach"}) {
       check(row, way);
     }
   }
@@ -200,6 +202,10 @@ TEST_F(Traces, SituationsBetweenTwoEnds) {
        "(11,261,T,0,0) 5.0.0 ttl=5; (11,-261,T,0,0) 1.0.0; (7,265,F,4,0) 3; (9,258,T,0,151) 1.8.0 2 \"m\" 2; B(2,261); "
        "E(2,261); B(2,262); (2,262,T,0,0) 1.0.0 proto=1; E(2,262); (7,-262,F,0,0); (3,258,T,0,151) 9 2 4; " +
            bare(4) + "; (3,259,T,0,0) 5"},
+      {"the mirror writes in silence", "", "M mute r5=5 r5=6 -r1 kick=3 -p c9=2 move unmute", "",
+       "5v7:ip(5.0.0) 5v7:ip(5.0.0) " + ip1 + " 5:kick 5:mapping c:config(9)",
+       "(11,-261,T,0,0) 1.0.0; (11,261,T,0,0) 5.0.0 ttl=6; (7,-262,F,0,0); (7,265,F,4,0) 3; (3,258,T,0,151) 9 2 2; " +
+           bare(2)},
       {"into what the mirror announced", "M a8=2m move", "5v8/m1=2 move -a8",
        "(2,262,T,0,0) 1.0.0 proto=2; (9,-258,T,0,0) 1.8.0", "5v8:mac(1.0.0) " + acl8},
       // Observers of the mirror change what is applied, goes, is still to come.

@@ -137,15 +137,84 @@ TEST_F(Transfers, OfRootsOfEachType) {
   }
 }
 
+TEST_F(Transfers, OfRootsThatOverlapAreRefusedOrBecomeOne) {
+  start();
+  auto const refusal = [&](Ptr<Entity> const& entity) {
+    return messageOf<Kro::InternalException>([&] { (*link)[S].rootIs(entity); });
+  };
+  Ptr<Entity> const acls = at(S, "5v"), six = at(S, "6");
+  std::string const nameOfAcls = "rcc/chipRootConfig[5]/vornAclColl";
+  EXPECT_EQ(refusal(acls), "a root lies below an attached entity: " + nameOfAcls);
+  run("cut");
+  link = std::make_unique<Link>();
+  (*link)[S].rootIs(acls);
+  (*link)[S].rootIs(six);
+  EXPECT_EQ(refusal(acls), "a root is attached twice: " + nameOfAcls);
+  EXPECT_EQ(refusal(root), "a root lies above an attached entity: rcc above " + nameOfAcls);
+  EXPECT_EQ(refusal(acl(S)), "a root lies below an attached entity: " + nameOfAcls + "/acl[ipv4PAcl:7:in]");
+  // A root that goes ends for itself; who owns the connection is told when the change is done.
+  std::string left;
+  (*link)[S].onRootLeftIs([&](Ptr<Entity> const& entity) { left += std::string(entity->fullName().view()) + ' '; });
+  link->move();
+  link->lines(S);
+  run("-v 6/kick=4");
+  EXPECT_EQ(left, "");
+  link->move();
+  EXPECT_EQ(left, "VornAclColl ");
+  EXPECT_EQ(words(S), "(5,265,F,4,0) 4") << "the other root goes on";
+  EXPECT_TRUE((*link)[S].rootDel(six));
+  link->move();
+  EXPECT_EQ(left, "VornAclColl ") << "no news to who ended it";
+  // What was made a root by hand becomes a part of the tree that is attached above it.
+  connect();
+  Ptr<Sa> const made = six->kroNboAttrLogSaIs({}, 0, (*link)[S].out(), nullptr);
+  made->flowOutIs(Kro::firstEntityAttributeId);
+  made->doAssignEntityId();
+  made->doSerializeOrphan();
+  (*link)[M].onRootIs([&](Ptr<Entity> const& entity) {
+    auto const arrived = Kro::ptrCast<RootConfigColl>(entity);
+    mirror = arrived ? arrived : mirror;
+  });
+  link->move();
+  expectEqual();
+}
+
+TEST_F(Transfers, ThatAreAskedForByHandTakeTheirTurn) {
+  for (char const* const before : {"", "deferred", "block c8=1 8/initialize r1=9 -c6", "mute r1=9 a8=0x", "cut drop"}) {
+    SCOPED_TRACE(before);
+    start();
+    run(before);
+    if (!mirror) {
+      Limits nothingGoesYet;
+      nothingGoesYet.bufferedBytes = 1;
+      connect(nothingGoesYet);
+    }
+    auto const sa = Kro::ptrCast<RootConfigColl::KroNboAttrLogSa>(adapterOf(*root));
+    sa->kroInstantiateSerialize();
+    sa->kroHandleChipRootConfigSerializeColl();
+    sa->kroHandleChipRootConfigLastFailedSerializeColl();
+    for (auto& config : root->chipRootConfigMap()) {
+      EXPECT_TRUE(sa->chipRootConfigNboAttrLogAdapterIs(0, config));
+      adapterOf(config)->kroInstantiateSerialize();
+    }
+    EXPECT_FALSE(sa->chipRootConfigNboAttrLogAdapterIs(0, *Vorn::rootConfigFactory("elsewhere", 5, 1)));
+    auto const ofAcl = Kro::ptrCast<VornAcl::KroNboAttrLogSa>(adapterOf(*acl(S)));
+    EXPECT_EQ(!ofAcl || ofAcl->kroHandleIpRuleByIdSerializeColl(), std::string(before).find("r1") == std::string::npos);
+    run(before[0] == 'b' ? "free" : "unmute");
+    link->move();
+    expectEqual();
+  }
+}
+
 TEST_F(Transfers, CountWhatMerged) {
   start();
-  run("block");
+  run("block 6/v=v");
   for (int n = 0; n < 10; ++n) {
     run("kick+1 r1=" + std::to_string(n) + " r" + std::to_string(2 + n % 2) + "=100");
   }
   auto const stats = (*link)[S].stats();
-  EXPECT_EQ(stats.dirtyMarks, 3U);
-  EXPECT_EQ(stats.dirtyMarksPeak, 3U);
+  EXPECT_EQ(stats.dirtyMarks, 5U);
+  EXPECT_EQ(stats.dirtyMarksPeak, 5U);
   EXPECT_EQ(stats.mergedChanges, 18U);
   run("free move");
   expectEqual();
