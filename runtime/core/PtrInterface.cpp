@@ -14,12 +14,6 @@ std::uint8_t ptrifTrackOn_ = 0;
 
 namespace {
 
-/// Never destroyed: counted objects of static lifetime may outlive everything else.
-constinit union NeverDestroyed {
-  detail::ObjectMemory value{};
-  ~NeverDestroyed() {}
-} objectMemory;
-
 struct Tracked {
   std::mutex mutex;
   std::unordered_set<void const*> objects;
@@ -85,15 +79,32 @@ void PtrInterface::handleZeroRef() const {
   delete self;
 }
 
+constinit thread_local void* detail::SparePlace::place_ = nullptr;
+constinit thread_local std::size_t detail::SparePlace::size_ = unknown;
+
+bool detail::SparePlace::begin(void* place, std::size_t size) noexcept {
+  struct Thread {
+    ~Thread() {
+      if (std::size_t const kept = std::exchange(size_, over); kept != none) {
+        PtrInterface::operator delete(place_, kept);
+      }
+    }
+  };
+  thread_local Thread const thread;
+  size_ = size;
+  place_ = place;
+  return true;
+}
+
 void* PtrInterface::operator new(std::size_t size) {
   if (detail::poolsObjects && size <= detail::ObjectMemory::largest) {
-    return objectMemory.value.take(size);
+    return detail::ObjectMemory::take(size);
   }
   return ::operator new(size);
 }
 void PtrInterface::operator delete(void* object, std::size_t size) noexcept {
   if (detail::poolsObjects && size <= detail::ObjectMemory::largest) {
-    objectMemory.value.giveBack(object, size);
+    detail::ObjectMemory::giveBack(object);
     return;
   }
 #ifdef __cpp_sized_deallocation

@@ -32,11 +32,7 @@ class VORNACL_API PtrInterface : public VFPtrInterface {
   class NotifieeConst;
   class Notifiee;
 
-  PtrInterface() {
-    if (ptrifTrackOn_ != 0) [[unlikely]] {
-      PtrTrack::ptrifAdd(this);
-    }
-  }
+  PtrInterface() : PtrInterface(0) {}
   PtrInterface(PtrInterface const&) : PtrInterface() {}
   PtrInterface& operator=(PtrInterface const&) { return *this; }
 
@@ -82,10 +78,35 @@ class VORNACL_API PtrInterface : public VFPtrInterface {
   static void operator delete(void* object, std::size_t size) noexcept;
   static void operator delete(void*, void*) noexcept {}
 
+ protected:
+  explicit PtrInterface(std::uint32_t bits) : VFPtrInterface(bits) {
+    if (ptrifTrackOn_ != 0) [[unlikely]] {
+      PtrTrack::ptrifAdd(this);
+    }
+  }
+
  private:
   void handleZeroRef() const;
   /// Stops the program where a pointer to this dying object was kept.
   void requireUnheld() const;
+};
+
+/// Base of counted objects that all threads come to share, as type objects. Until it is frozen such an object is
+/// counted as any other; afterwards it stays for ever, and a `Ptr` to a type derived from this one counts nothing. (A
+/// `Ptr<PtrInterface>` still counts; its count means nothing any more, but two threads must not have one.)
+class VORNACL_API Freezable : public PtrInterface {
+ public:
+  using PtrInterface::PtrInterface;
+
+  /// Freezes the object and what hangs on it. Precondition: no other thread knows it yet.
+  virtual void freeze() const { freezeCount(); }
+
+  void referencesInc() const {
+    if (!isFrozen()) {
+      PtrInterface::referencesInc();
+    }
+  }
+  std::uint32_t referencesDec() const { return isFrozen() ? countWord() & releaseMask : PtrInterface::referencesDec(); }
 };
 
 }  // namespace Kro

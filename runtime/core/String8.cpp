@@ -42,7 +42,7 @@ void StringN<Char>::assignNew(std::string_view text) {
 
 template <class Char>
 void StringN<Char>::drop(Data const* data) noexcept {
-  if (data != nullptr && data->subtractReference() == 0) {
+  if (data != nullptr && !data->isFrozen() && data->subtractReference() == 0) [[unlikely]] {
     ::operator delete(const_cast<Data*>(data));  // the block has no destructor
   }
 }

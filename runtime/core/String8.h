@@ -37,6 +37,11 @@ class VORNACL_API StringN {
 
    private:
     friend class StringN;
+    void referencesInc() const {
+      if (!isFrozen()) [[likely]] {
+        VFPtrInterface::referencesInc();
+      }
+    }
     explicit Data(std::uint32_t length) : length_(length) {}
     std::uint32_t length_;
   };
@@ -59,6 +64,13 @@ class VORNACL_API StringN {
     return *this;
   }
   StringN& operator=(char const* text) { return *this = StringN(text); }
+
+  /// Keeps the block for ever, to be shared by all threads. Precondition: no other thread knows it yet.
+  void freeze() const {
+    if (data_ != nullptr) {
+      data_->freezeCount();
+    }
+  }
 
   /// Makes a still empty string hold `length` characters taken from `data + offset`.
   void init(char const* data, unsigned offset, unsigned length) {

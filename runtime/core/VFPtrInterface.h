@@ -18,9 +18,13 @@ namespace Kro {
 ///
 /// N: notification active; R: owned by the runtime (keeps the object from being released); D: marked for deletion.
 /// An object is released when, after a decrement, the word masked with `releaseMask` is zero.
+///
+/// What all threads share, as type objects and their names, is frozen: it has the highest bit of the count set, is no
+/// longer counted through pointers of its own type, and is never released. So no thread writes to its word.
 class VORNACL_API VFPtrInterface {
  public:
   static constexpr std::uint32_t countMask = 0x1fffffff;
+  static constexpr std::uint32_t frozenBit = 0x10000000;
   static constexpr std::uint32_t notificationActiveBit = 0x20000000;
   static constexpr std::uint32_t runtimeOwnedBit = 0x40000000;
   static constexpr std::uint32_t markedForDeletionBit = 0x80000000;
@@ -28,7 +32,8 @@ class VORNACL_API VFPtrInterface {
   static_assert(releaseMask == 0x5fffffff);
 
   /// Process-wide switch: non-zero selects atomic increments and decrements of count words, zero plain ones. To be set
-  /// before a second thread touches any counted object.
+  /// before two threads count the same object or string. Threads that share none, each with trees of its own, need it
+  /// not; nor does a tree that is handed over, if the threads agree on when.
   static std::uint8_t enableThreadSafePointers;
 
   /// Adds one reference.
@@ -42,10 +47,14 @@ class VORNACL_API VFPtrInterface {
 
   /// The whole count word, for tests and tools.
   std::uint32_t countWord() const { return std::atomic_ref(word_).load(std::memory_order_relaxed); }
+  /// Whether the object is one that all threads share.
+  bool isFrozen() const { return (countWord() & frozenBit) != 0; }
 
  protected:
   /// A new object holds the reference of its creator.
   VFPtrInterface() = default;
+  /// One with flags from the start.
+  explicit VFPtrInterface(std::uint32_t bits) : word_(1 | bits) {}
   /// A copy is an object of its own with a fresh word.
   VFPtrInterface(VFPtrInterface const&) {}
   VFPtrInterface& operator=(VFPtrInterface const&) { return *this; }
@@ -58,6 +67,13 @@ class VORNACL_API VFPtrInterface {
       return (std::atomic_ref(word_).fetch_sub(1, std::memory_order_acq_rel) - 1) & releaseMask;
     }
     return --word_ & releaseMask;
+  }
+
+  /// Precondition: no other thread knows the object yet. Does nothing the second time.
+  void freezeCount() const {
+    if (!isFrozen()) {
+      word_ |= frozenBit;
+    }
   }
 
   /// Changes one bit; a reference that another thread counts meanwhile is not lost.

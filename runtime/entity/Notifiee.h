@@ -23,7 +23,7 @@ class VORNACL_API PtrInterface::NotifieeConst : public PtrInterface {
   static constexpr std::uint32_t reactorRunningBit = 0x10;    ///< bit 4: a stream adapter is applying a message
 
   /// Constructed detached, with notification active.
-  NotifieeConst() : flagWord_(writableBit) { bitIs(notificationActiveBit, true); }
+  NotifieeConst() : PtrInterface(notificationActiveBit), flagWord_(writableBit) {}
   NotifieeConst(NotifieeConst const&) = delete;
   NotifieeConst& operator=(NotifieeConst const&) = delete;
   ~NotifieeConst() override {

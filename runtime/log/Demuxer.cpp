@@ -1,6 +1,7 @@
 #include "runtime/log/Demuxer.h"
 
 #include <algorithm>
+#include <mutex>
 
 #include "runtime/value/Codec.h"
 
@@ -13,21 +14,43 @@ DemuxerManager& globalNboAttrLogDemuxerManager() {
   return manager;
 }
 
+namespace {
+
+/// Held while the lists change: a connection may end on another thread than it began.
+std::mutex& lists() {
+  static auto* const instance = new std::mutex;
+  return *instance;
+}
+
+}  // namespace
+
+DemuxerManager::~DemuxerManager() {
+  std::lock_guard const lock(lists());
+  for (; first_ != nullptr; first_ = first_->next_) {
+    first_->manager_ = nullptr;
+  }
+}
+
 Demuxer::Demuxer(Ptr<Out> out, bool opener, Limits const& limits)
-    : out_(std::move(out)), opener_(opener), limits_(limits), lastOwn_(opener ? 1 : 0) {
+    : out_(std::move(out)),
+      opener_(opener),
+      limits_(limits),
+      lastOwn_(opener ? 1 : 0),
+      manager_(&globalNboAttrLogDemuxerManager()) {
   out_->demuxerIs(this);
-  DemuxerManager& manager = globalNboAttrLogDemuxerManager();
-  next_ = std::exchange(manager.first_, this);
+  std::lock_guard const lock(lists());
+  next_ = std::exchange(manager_->first_, this);
 }
 
 Demuxer::~Demuxer() {
   retireAll();
   out_->demuxerIs(nullptr);
-  Demuxer** link = &globalNboAttrLogDemuxerManager().first_;
-  while (*link != nullptr && *link != this) {
-    link = &(*link)->next_;
-  }
-  if (*link == this) {
+  std::lock_guard const lock(lists());
+  if (manager_ != nullptr) {
+    Demuxer** link = &manager_->first_;
+    while (*link != this) {
+      link = &(*link)->next_;
+    }
     *link = next_;
   }
 }

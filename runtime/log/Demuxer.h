@@ -42,6 +42,8 @@ struct Stats {
   std::uint64_t nullReferences = 0;   ///< references to entities that this end does not have
 };
 
+class DemuxerManager;
+
 class VORNACL_API Demuxer final : public EntityResolver {
  public:
   using Sa = Entity::KroNboAttrLogSa;
@@ -167,6 +169,7 @@ class VORNACL_API Demuxer final : public EntityResolver {
   Demuxer* next() const { return next_; }
 
  private:
+  friend class DemuxerManager;
   void tellReferenceHolders(Sa const& retired) noexcept;
 
   Ptr<Out> out_;
@@ -191,11 +194,17 @@ class VORNACL_API Demuxer final : public EntityResolver {
   String8 failure_;
   String8 const outOfMemory_ = "out of memory";
   Demuxer* next_ = nullptr;
+  DemuxerManager* manager_;  ///< of the thread that made this, null when that has ended
 };
 
-/// The demultiplexers of this thread.
+/// The demultiplexers that this thread made. One that is used on another thread now leaves the list when it dies.
 class VORNACL_API DemuxerManager {
  public:
+  DemuxerManager() = default;
+  ~DemuxerManager();
+  DemuxerManager(DemuxerManager const&) = delete;
+  DemuxerManager& operator=(DemuxerManager const&) = delete;
+
   Demuxer* first() const { return first_; }
 
  private:

@@ -8,13 +8,19 @@ EntityType const* firstType = nullptr;
 
 }  // namespace
 
-EntityType::EntityType(String8 fullName) : KroType(std::move(fullName)), next_(std::exchange(firstType, this)) {}
+EntityType::EntityType(String8 fullName) : KroType(std::move(fullName)) {
+  RegistryLock const lock;
+  next_ = std::exchange(firstType, this);
+}
 EntityType::~EntityType() = default;
 
-EntityType const* EntityType::first() { return firstType; }
+EntityType const* EntityType::first() {
+  RegistryLock const lock;
+  return firstType;
+}
 
 EntityType const* EntityType::find(String8 const& fullName) {
-  EntityType const* type = firstType;
+  EntityType const* type = first();
   while (type != nullptr && !(type->fullName() == fullName)) {
     type = type->next();
   }

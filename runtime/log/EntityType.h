@@ -32,7 +32,7 @@ class VORNACL_API EntityType : public KroType {
   virtual Ptr<Entity> boundOrNew(NboAttrLog::In& in, std::span<Ptr<Entity> const> offered) const = 0;
 
  private:
-  EntityType const* next_;
+  EntityType const* next_ = nullptr;
 };
 
 /// The type object of entity type `X`, derived from its attribute list.

@@ -7,15 +7,18 @@ namespace Kro {
 // --- the attributes that every entity has ---
 
 Ptr<KroType const> entityBaseType() {
-  static KroType const* const type = [] {
+  // First, since this takes the registry's lock: who holds that lock may wait for the variable below.
+  Ptr<KroType const> const nothing = fwkTypeOf<void*>();
+  static KroType const* const type = [&] {
     auto* const made = new KroType("Kro::Entity");
     made->referencesLeak();
     made->isEntityIs(true);
-    auto const attribute = made->attrIs(String8(kroNboAttrLogSaForMsgChannelName), fwkTypeOf<void*>(), nullptr, nullptr,
+    auto const attribute = made->attrIs(String8(kroNboAttrLogSaForMsgChannelName), nothing, nullptr, nullptr,
                                         detail::FlagsOf::operation, kroNboAttrLogSaForMsgChannelId);
     attribute->introspectionFlagsIs(detail::introspectOperation);
     attribute->toolKindIs("function");
     made->attributeQEnq(attribute);
+    made->freeze();
     return made;
   }();
   return share(type);
@@ -25,6 +28,7 @@ Ptr<KroType const> ptrInterfaceType() {
   static KroType const* const type = [] {
     auto* const made = new KroType("Kro::PtrInterface");
     made->referencesLeak();
+    made->freeze();
     return made;
   }();
   return share(type);

@@ -10,6 +10,7 @@ Ptr<IntrospectionReactor> IntrospectionReactor::global() {
   static auto* const instance = [] {
     auto* const made = new IntrospectionReactor;
     made->referencesLeak();
+    made->freeze();
     return made;
   }();
   return share(instance);
@@ -55,6 +56,7 @@ void IntrospectionReactor::handleScopeExit() {
 }
 
 std::vector<Ptr<KroType const>> IntrospectionReactor::types() const {
+  RegistryLock const lock;
   std::vector<Ptr<KroType const>> all;
   for (KroType const* const type : types_) {
     all.push_back(share(type));

@@ -10,7 +10,7 @@ namespace Kro {
 
 /// The process-wide receiver of registrations. It is ready from the start; an embedder that is not may say so and have
 /// the registration functions run again later.
-class VORNACL_API IntrospectionReactor : public PtrInterface {
+class VORNACL_API IntrospectionReactor : public Freezable {
  public:
   IntrospectionReactor() = default;
   ~IntrospectionReactor() override;

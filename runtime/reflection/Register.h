@@ -157,6 +157,7 @@ void registerValue(IntrospectionReactor& reactor) {
   if constexpr (StoredPositions<X>::size() == 1) {
     type.valAttrIs(type.attr("value").get());
   }
+  type.freeze();
   reactor.handleScopeExit();
 }
 
@@ -175,6 +176,7 @@ void registerEnumeration(IntrospectionReactor& reactor) {
         ->toolKindIs("enumerator");
   }
   type.valAttrIs(nullptr);
+  type.freeze();
   reactor.handleScopeExit();
 }
 
@@ -258,6 +260,7 @@ void registerEntity(IntrospectionReactor& reactor) {
   }
   OperationRegistrar<bool (X::*)() const>::run(reactor, type, kroHasAttrLogInterfaceName, kroHasAttrLogInterfaceId, {});
   std::apply([&](auto const&... d) { (registerEntityAttribute(reactor, type, d), ...); }, X::Attributes::all);
+  type.freeze();
   reactor.handleScopeExit();
 }
 
@@ -290,6 +293,7 @@ RegistrationSource& registrationSource() {
 /// What every registration function does: registers the types of its source, once, unless the reactor is not ready yet.
 template <void (*registration)(), class... Types>
 void registerSource(TypesOf<registration, Types...>, char const* nameSpace) {
+  RegistryLock const lock;
   RegistrationSource& source = registrationSource<registration>();
   if (source.done) {
     return;

@@ -1,6 +1,7 @@
 // The type object of a C++ type, whatever kind of type it is.
 #pragma once
 
+#include <atomic>
 #include <concepts>
 #include <string_view>
 
@@ -12,30 +13,35 @@ namespace Kro {
 
 /// The static slot that holds the type object of `T`.
 template <class T>
-VORNACL_API KroType*& typeSlot() {
-  static KroType* slot = nullptr;
+VORNACL_API std::atomic<KroType*>& typeSlot() {
+  static constinit std::atomic<KroType*> slot = nullptr;
   return slot;
 }
 
 /// The type object in the slot of `T`. An empty slot is filled first: the registration function of the source that
 /// declares `T` runs, and if that left it empty, a `Type` is made of `arguments` and kept for ever. A type of no
-/// source, one of the platform or of the runtime, is placed in the tree of types at once.
+/// source, one of the platform or of the runtime, is placed in the tree of types at once. Threads may ask at once.
 template <class T, class Type, class... A>
 Ptr<KroType const> slottedType(void (*registration)(), A const&... arguments) {
-  KroType*& slot = typeSlot<T>();
-  if (slot == nullptr) {
-    if (registration != nullptr) {
+  std::atomic<KroType*>& slot = typeSlot<T>();
+  KroType* type = slot.load(std::memory_order_acquire);
+  if (type == nullptr) [[unlikely]] {
+    RegistryLock const lock;
+    if (registration != nullptr && slot == nullptr) {
       registration();
     }
-    if (slot == nullptr) {
-      slot = new Type(arguments...);
-      slot->referencesLeak();
+    type = slot;
+    if (type == nullptr) {
+      type = new Type(arguments...);
+      type->referencesLeak();
+      type->freeze();
+      slot = type;
       if (registration == nullptr) {
-        KroType::typeNodeIs(slot, slot->fullName());
+        KroType::typeNodeIs(type, type->fullName());
       }
     }
   }
-  return share<KroType const>(slot);
+  return share<KroType const>(type);
 }
 
 /// The names of the runtime's built-in types.

@@ -7,6 +7,7 @@
 #include <tuple>
 #include <utility>
 
+#include "runtime/core/SparePlace.h"
 #include "runtime/reflection/GenericIf.h"
 #include "runtime/reflection/TypeOf.h"
 #include "runtime/value/Value.h"
@@ -124,18 +125,13 @@ class VORNACL_API ValueGenericIf : public GenericIf {
                              Ptr<GenericIf> const& arg) override;
   Ptr<GenericIf> clone() override { return GenericIf_Is(value_, isConst()); }
   using GenericIf::clone;
-  /// One read follows the other, and each object goes before the next one comes: the memory of the last one is kept for
-  /// the next, in optimised builds and while no counted object is shared between threads.
+  /// One read follows the other, and each object goes before the next one comes.
   static void* operator new(std::size_t size) {
-    if (keepsSpare && spare_ != nullptr && size == sizeof(ValueGenericIf) && enableThreadSafePointers == 0) {
-      return std::exchange(spare_, nullptr);
-    }
-    return PtrInterface::operator new(size);
+    void* const spare = detail::SparePlace::take(size);
+    return spare != nullptr ? spare : PtrInterface::operator new(size);
   }
   static void operator delete(void* object, std::size_t size) noexcept {
-    if (keepsSpare && spare_ == nullptr && size == sizeof(ValueGenericIf) && enableThreadSafePointers == 0) {
-      spare_ = object;
-    } else {
+    if (!detail::SparePlace::keep(object, size)) {
       PtrInterface::operator delete(object, size);
     }
   }
@@ -165,13 +161,6 @@ class VORNACL_API ValueGenericIf : public GenericIf {
   /// What to do for each id from 2 on.
   template <std::size_t... I>
   static constexpr auto operationTable(std::index_sequence<I...>);
-
-#if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__)
-  static constexpr bool keepsSpare = true;
-#else
-  static constexpr bool keepsSpare = false;  // each object is seen by itself
-#endif
-  static inline void* spare_ = nullptr;
 
   T value_;
 };

@@ -14,7 +14,7 @@ class KroType;
 
 /// An attribute of a registered type: name, type, number, flags, and the arguments of an operation. A type is an
 /// attribute container, too.
-class VORNACL_API KroAttr : public PtrInterface {
+class VORNACL_API KroAttr : public Freezable {
  public:
   /// Two words whose bits the writer of a type gives.
   struct AttrFlags {
@@ -32,6 +32,8 @@ class VORNACL_API KroAttr : public PtrInterface {
 
   KroAttr(Name name, Ptr<KroType const> attrType, AttrFlags const& flags, AttributeId id);
   ~KroAttr() override;
+
+  void freeze() const override;
 
   Name const& name() const { return name_; }
   /// The type of the attribute, or of what an operation returns; null for a type itself.

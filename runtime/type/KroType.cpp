@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <mutex>
 
 namespace Kro {
 
@@ -10,6 +11,19 @@ namespace Kro {
 KroAttr::KroAttr(Name name, Ptr<KroType const> attrType, AttrFlags const& flags, AttributeId id)
     : name_(std::move(name)), attrType_(std::move(attrType)), flags_(flags), id_(id) {}
 KroAttr::~KroAttr() = default;
+
+void KroAttr::freeze() const {
+  Freezable::freeze();
+  name_.string().freeze();
+  toolKind_.string().freeze();
+  for (Argument const& argument : arguments_) {
+    argument.name.string().freeze();
+    argument.typeName.string().freeze();
+  }
+  for (Ptr<KroAttr> const& attribute : attrs_) {
+    attribute->freeze();
+  }
+}
 
 Ptr<KroAttr> KroAttr::attr(Name const& name) const {
   auto const found = std::find_if(attrs_.begin(), attrs_.end(), [&](auto const& a) { return a->name() == name; });
@@ -44,6 +58,19 @@ KroType::KroType(Name shortName, KroType* scope, KroType*, KroTypeFlags const&)
 
 KroType::~KroType() = default;
 
+void KroType::freeze() const {
+  KroAttr::freeze();
+  fullName_.freeze();
+  for (auto const* const names : {&constructorArgNames_, &constructorArgTypes_}) {
+    for (Name const& name : *names) {
+      name.string().freeze();
+    }
+  }
+  for (Ptr<KroAttr> const& attribute : attributes_) {
+    attribute->freeze();
+  }
+}
+
 void KroType::attributeQEnq(Ptr<KroAttr> const& attribute) {
   attributes_.push_back(attribute);
   attrEnq(attribute);
@@ -54,6 +81,7 @@ void KroType::attributeQEnq(Ptr<KroAttr> const& attribute) {
 namespace {
 
 struct Tree {
+  std::recursive_mutex mutex;
   std::map<Name, KroType const*> byName;
   std::vector<Name> inOrder;
 };
@@ -65,21 +93,28 @@ Tree& tree() {
 
 }  // namespace
 
+RegistryLock::RegistryLock() { tree().mutex.lock(); }
+RegistryLock::~RegistryLock() { tree().mutex.unlock(); }
+
 void KroType::typeNodeIs(KroType const* type, Name const& fullName) {
+  RegistryLock const lock;
   auto& placed = const_cast<KroType&>(*type);
   placed.fullNameIs(fullName.string());
   if (tree().byName.insert_or_assign(fullName, type).second) {
     tree().inOrder.push_back(fullName);
   }
   placed.isPlaced_ = true;
+  placed.freeze();
 }
 
 Ptr<KroType const> KroType::typeNode(Name const& fullName) {
+  RegistryLock const lock;
   auto const found = tree().byName.find(fullName);
   return found != tree().byName.end() ? share(found->second) : nullptr;
 }
 
 std::vector<Ptr<KroType const>> KroType::typeNodes() {
+  RegistryLock const lock;
   std::vector<Ptr<KroType const>> all;
   for (Name const& name : tree().inOrder) {
     all.push_back(typeNode(name));

@@ -13,6 +13,16 @@ namespace Kro {
 
 class GenericIf;
 
+/// Held while types are made, registered, placed in the tree of types or looked up there; by one thread, which may hold
+/// it more than once.
+class VORNACL_API RegistryLock {
+ public:
+  RegistryLock();
+  ~RegistryLock();
+  RegistryLock(RegistryLock const&) = delete;
+  RegistryLock& operator=(RegistryLock const&) = delete;
+};
+
 /// Describes one type of the model, of the platform or of the runtime: its names, what the registry was told of it, and
 /// how to make reflection objects of it.
 class VORNACL_API KroType : public KroAttr {
@@ -26,6 +36,9 @@ class VORNACL_API KroType : public KroAttr {
   explicit KroType(String8 fullName);
   KroType(Name shortName, KroType* scope, KroType* base, KroTypeFlags const& flags);
   ~KroType() override;
+
+  /// Every registered type is frozen; what is changed behind that is to be frozen by another call.
+  void freeze() const override;
 
   String8 const& fullName() const { return fullName_; }
   void fullNameIs(String8 name) { fullName_ = std::move(name); }
@@ -57,7 +70,7 @@ class VORNACL_API KroType : public KroAttr {
   /// Whether the type stands in the tree of types.
   bool isPlaced() const { return isPlaced_; }
 
-  /// Enters a type into the tree of types under its full name.
+  /// Enters a type into the tree of types under its full name, for ever.
   static void typeNodeIs(KroType const* type, Name const& fullName);
   /// The type of that full name, or null: of the model, of the platform or of the runtime.
   static Ptr<KroType const> typeNode(Name const& fullName);
