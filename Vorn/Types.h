@@ -3,13 +3,15 @@
 
 #include <cstdint>
 
+#include "runtime/core/Export.h"
 #include "runtime/type/Model.h"
 
 namespace Vorn {
 
-enum GenRangeType : std::int32_t;
-enum TableType : std::int32_t;
-enum RootAction : std::int32_t;
+// Exported: what the library makes of them for its users could not be otherwise.
+enum VORNACL_API GenRangeType : std::int32_t;
+enum VORNACL_API TableType : std::int32_t;
+enum VORNACL_API RootAction : std::int32_t;
 
 /// Register the types of one source, once; do nothing while the registry is not ready. Internal to the library.
 void kroInitGenRange();
