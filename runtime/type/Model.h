@@ -30,16 +30,21 @@ struct Listed<X> {
   using Type = typename X::Attributes::Within;
 };
 
-using Registration = void (*)();
+/// Where a type is listed, if it is. Kept beside the function, since g++ with its sanitizer of undefined behaviour does
+/// not compare the address of a function with null in a constant.
+struct Source {
+  bool isListed = false;
+  void (*registration)() = nullptr;
+};
 
-template <class X, Registration registration, class... Types>
-constexpr Registration registrationIn(TypesOf<registration, Types...>) {
-  return (std::is_same_v<X, Types> || ...) ? registration : nullptr;
+template <class X, void (*registration)(), class... Types>
+constexpr Source sourceIn(TypesOf<registration, Types...>) {
+  return (std::is_same_v<X, Types> || ...) ? Source{true, registration} : Source{};
 }
 template <class X, class... Sources>
-constexpr Registration registrationIn(Model<Sources...>) {
-  Registration found = nullptr;
-  ((found = found != nullptr ? found : registrationIn<X>(Sources())), ...);
+constexpr Source sourceIn(Model<Sources...>) {
+  Source found;
+  ((found = found.isListed ? found : sourceIn<X>(Sources())), ...);
   return found;
 }
 
@@ -50,9 +55,9 @@ template <class X>
 constexpr auto registrationOf() -> void (*)() {
   if constexpr (requires { kroModel(static_cast<X*>(nullptr)); }) {
     using All = decltype(kroModel(static_cast<X*>(nullptr)));
-    constexpr auto found = detail::registrationIn<typename detail::Listed<X>::Type>(All());
-    static_assert(found != nullptr, "name this type in the list of the model's types that kroModel returns");
-    return found;
+    constexpr auto found = detail::sourceIn<typename detail::Listed<X>::Type>(All());
+    static_assert(found.isListed, "name this type in the list of the model's types that kroModel returns");
+    return found.registration;
   } else {
     return nullptr;
   }
