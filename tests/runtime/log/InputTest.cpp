@@ -67,6 +67,8 @@ Word const wordsOfAllKinds[] = {
     {"key", "(13,258,T,0,0) Kk A8", "5p:key(ip:k)", "(13,258,T,0,0) 0:k 1.7.0"},
     {"key removed", "(13,-258,T,0,0) Kk", "5p:key(ip:k)", "(13,258,T,0,0) 0:k 1.7.0"}};
 
+static_assert(Kro::NboAttrLog::attributeOf(INT32_MIN) == INT32_MIN, "what cannot be negated is not");
+
 TEST_F(Input, IsAppliedAndNotEchoed) {
   for (Word const& w : wordsOfAllKinds) {
     SCOPED_TRACE(w.what);
