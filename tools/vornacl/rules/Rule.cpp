@@ -14,7 +14,9 @@ namespace {
 /// A rule that takes more exact ones than this is no use to a chip.
 constexpr std::size_t mostExactRules = 65536;
 
-constexpr bool bitOf(Dorix::IpBytes const& bytes, unsigned n) { return (bytes[n / 8] >> (7 - n % 8) & 1U) != 0; }
+constexpr bool bitOf(Dorix::IpBytes const& bytes, unsigned n) {
+  return (unsigned{bytes[n / 8]} >> (7 - n % 8) & 1U) != 0;
+}
 
 constexpr unsigned bitsOf(Dorix::IpFamily family) {
   return family == Dorix::IpFamily::ipv6 ? Dorix::ipv6Bits : Dorix::ipv4Bits;
