@@ -24,6 +24,11 @@ if(VORNACL_TOOLS)
     target_link_libraries(${name} PRIVATE ${name}-lib ${tool_libraries})
     list(APPEND VORNACL_TOOL_TARGETS ${name})
   endforeach()
+  if(TARGET vornacl)
+    add_custom_command(TARGET vornacl POST_BUILD
+      COMMAND vornacl man > "${PROJECT_BINARY_DIR}/vornacl.1" BYPRODUCTS "${PROJECT_BINARY_DIR}/vornacl.1" VERBATIM)
+    install(FILES "${PROJECT_BINARY_DIR}/vornacl.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+  endif()
   if(TARGET vornacl-demo)
     # Installed or not, the program finds its sample from where it stands itself.
     set(sample "${PROJECT_SOURCE_DIR}/tools/demo/sample.rules")

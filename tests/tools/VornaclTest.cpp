@@ -22,6 +22,8 @@ class VornaclTest : public testing::Test {
     write("two", "ip access-list a\n permit tcp any any neq 80\n");
     write("tos", "ip access-list a\n permit ip any any\n permit ip any any tos 1\n");
     write("dead", "ip access-list a\n permit ip any any\n deny tcp any any eq 80\n");
+    write("other", "ip access-list b\n deny ip any any\n permit tcp any any eq 80\n");
+    write("halves", "ip access-list a\n permit tcp any any lt 80\n permit tcp any any gt 80\n");
     write("packets", "src=192.0.2.1 dst=192.0.2.2\nx\n");
     write("flags", "@0.0.0.0/0\t0.0.0.0/0\t0 : 65535\t0 : 65535\t0x06/0xFF\t0x0200/0x1200\t\n");
     write("secret", "");
@@ -106,6 +108,29 @@ TEST_F(VornaclTest, endsAsDocumentedAndSaysWhy) {
        "\"line\":3,\"type\":\"ip\",\"list\":\"a\",\"number\":\"20\",\"text\":\"deny ip any "
        "any\"},\"passed\":1,\"closest\":[]}\n",
        "vornacl: -:2:1: found \"x\", expected src="},
+      {"diff list", 2, "", "vornacl: B is required\n"},
+      {"diff list missing", 6, "", "vornacl: missing: cannot be opened: No such file or directory\n"},
+      {"diff list empty", 4, "", "vornacl: empty: this is empty\n"},
+      {"diff list list", 0, "", "vornacl: equal\n"},
+      {"diff list dead", 1,
+       "- list:2: a 10 permit tcp any any dport 80\n- list:3: a 20 deny ip any any\n+ dead:2: a 10 permit ip any any\n"
+       "+ dead:3: a 20 deny tcp any any dport 80\n",
+       "vornacl: 2 added, 2 removed\n"},
+      {"diff other list", 1,
+       "moved:\n  - other:2: b 10 deny ip any any\n  + list:3: a 20 deny ip any any\nb: 1 rule with other numbers\n",
+       "vornacl: equal but for the order: 1 moved, 1 renumbered\n"},
+      {"diff --json two halves", 1,
+       "{\"version\":1,\"event\":\"split\",\"from\":[{\"file\":\"two\",\"line\":2,\"type\":\"ip\",\"list\":\"a\","
+       "\"number\":\"10\","
+       "\"text\":\"permit tcp any any dport "
+       "0-79,81-65535\"}],\"to\":[{\"file\":\"halves\",\"line\":2,\"type\":\"ip\",\"list\":"
+       "\"a\",\"number\":\"10\",\"text\":\"permit tcp any any dport "
+       "0-79\"},{\"file\":\"halves\",\"line\":3,\"type\":\"ip\","
+       "\"list\":\"a\",\"number\":\"20\",\"text\":\"permit tcp any any dport 81-65535\"}]}\n",
+       "vornacl: 1 split\n"},
+      {"types Nothing", 6, "", "vornacl: there is no type \"Nothing\"\n"},
+      {"types ChipId", 0, "Vorn::ChipId(value U16): value\n  2  value  stored    U16\n  3  hash   function  U32\n", ""},
+      {"completion fish", 2, "", "vornacl: SHELL: "},
       {"load list >/dev/full", 7, "", "vornacl: cannot write the results: No space left on device\n"},
       {"--help >/dev/full", 7, "", "vornacl: cannot write the results: No space left on device\n"},
   };
@@ -119,6 +144,20 @@ TEST_F(VornaclTest, endsAsDocumentedAndSaysWhy) {
   if (geteuid() != 0) {
     EXPECT_EQ(runProgram("vornacl", "load secret").status, 4);
   }
+}
+
+TEST_F(VornaclTest, completesWordsAndPrintsItsManual) {
+  EXPECT_EQ(
+      runProgram("vornacl",
+                 "completion bash >c; bash -c '. ./c; COMP_WORDS=(vornacl load --ex) COMP_CWORD=2; _vornacl; "
+                 "echo \"${COMPREPLY[@]}\"; COMP_WORDS=(vornacl di) COMP_CWORD=1; _vornacl; echo \"${COMPREPLY[@]}\"; "
+                 "COMP_WORDS=(vornacl types Vorn::Ace) COMP_CWORD=2; _vornacl; echo \"${COMPREPLY[@]}\"'")
+          .output,
+      "--expand\ndiff\nVorn::AceIndex\n");
+  std::string const manual = runProgram("vornacl", "man").output;
+  EXPECT_THAT(manual, testing::StartsWith(".TH VORNACL 1\n"));
+  EXPECT_THAT(manual, testing::HasSubstr(".SS diff\nCompare the rules of two files.\n"));
+  EXPECT_THAT(manual, testing::HasSubstr("\n  4  data cannot be read; the message tells the place\n"));
 }
 
 TEST_F(VornaclTest, doesNotEndWellWhereNobodyReads) {

@@ -7,10 +7,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tools/common/Types.h"
 #include "tools/demo/Mirror.h"
 #include "tools/demo/Process.h"
 #include "tools/demo/Source.h"
-#include "tools/demo/Types.h"
 
 namespace {
 
@@ -77,7 +77,7 @@ void declare(CLI::App& app, Options& options) {
 /// Does what the options say; returns whether all is well.
 bool run(Options const& options) {
   if (options.types) {
-    std::fputs(Demo::typesText().c_str(), stdout);
+    std::fputs(Tools::typesText().c_str(), stdout);
     return true;
   }
   if (options.isMirror()) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
 
 namespace Tools {
 
@@ -15,6 +16,7 @@ enum class Exit : int {
   timeout = 5,
   notFound = 6,     ///< a file, a type or an object that is not there
   cannotWrite = 7,  ///< results could not be written
+  failed = 8,       ///< anything else, as a lack of memory
 };
 
 /// Ends the run with a status and a message.

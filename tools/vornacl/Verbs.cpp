@@ -13,7 +13,8 @@ constexpr char const* footer =
     "  4  data cannot be read; the message tells the place\n"
     "  5  timeout\n"
     "  6  something is not there\n"
-    "  7  results could not be written";
+    "  7  results could not be written\n"
+    "  8  anything else, as a lack of memory";
 
 }  // namespace
 
@@ -22,6 +23,10 @@ std::vector<Verb> const& verbs() {
       {"load", "Read rules from files", declareLoad},
       {"check", "Find rules that no packet meets", declareCheck},
       {"lookup", "Find the rule that a packet meets first", declareLookup},
+      {"diff", "Compare the rules of two files", declareDiff},
+      {"types", "Tell the types of the model and their attributes", declareTypes},
+      {"completion", "Print what completes this program's words in a shell", declareCompletion},
+      {"man", "Print the manual page", declareMan},
   };
   return all;
 }

@@ -31,5 +31,9 @@ void declareProgram(CLI::App& app, Output& output, std::vector<Run>& runs);
 Run declareLoad(CLI::App& app);
 Run declareCheck(CLI::App& app);
 Run declareLookup(CLI::App& app);
+Run declareDiff(CLI::App& app);
+Run declareTypes(CLI::App& app);
+Run declareCompletion(CLI::App& app);
+Run declareMan(CLI::App& app);
 
 }  // namespace Tools

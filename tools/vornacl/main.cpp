@@ -62,6 +62,9 @@ Exit runProgram(int argc, char** argv, Tools::Output& output) {
   } catch (std::system_error const& error) {
     Tools::message(error.what());
     return exitOf(error);
+  } catch (std::exception const& error) {
+    Tools::message(error.what());
+    return Exit::failed;
   }
 }
 

@@ -1,13 +1,10 @@
 #include "tools/vornacl/match/Check.h"
 
-#include <algorithm>
+#include "tools/vornacl/match/Cover.h"
 
 namespace Tools {
 
 namespace {
-
-/// How many boxes are looked at for one rule.
-constexpr unsigned mostSteps = 20000;
 
 class Checker {
  public:
@@ -59,48 +56,15 @@ class Checker {
     return isOpposite ? Verdict::contradiction : isAlike ? Verdict::duplicate : Verdict::covered;
   }
 
-  /// Takes from the rule's boxes, at their lowest corner, the largest box that holds this, until nothing is left, or a
-  /// corner is in none.
   Verdict bySeveral(MatchedRule const& rule) const {
-    std::vector<Cell> left = rule.cells;
-    Verdict verdict{Verdict::coveredTogether, {}, {}};
-    for (unsigned steps = 0; !left.empty(); ++steps) {
-      if (steps == mostSteps) {
-        return {Verdict::undecided, {}, {}};
-      }
-      Cell const cell = left.back();
-      left.pop_back();
-      Cell const corner = cell.corner();
-      Entry const largest = largestAt(corner);
-      if (largest.cell == nullptr) {
-        return {Verdict::met, {}, corner};
-      }
-      verdict.by.push_back(largest.rule);
-      appendDifference(left, cell, *largest.cell);
+    Cover const cover = coverOf(rule.cells, index_);
+    if (cover.kind != Cover::whole) {
+      return {cover.kind == Cover::open ? Verdict::met : Verdict::undecided, {}, cover.witness};
     }
-    std::sort(verdict.by.begin(), verdict.by.end());
-    verdict.by.erase(std::unique(verdict.by.begin(), verdict.by.end()), verdict.by.end());
-    if (verdict.by.size() == 1) {  // one that is made of other boxes
-      verdict.kind = kindOf(rule, verdict.by[0], rule.covers(list_.rules[verdict.by[0]]));
-    }
-    return verdict;
-  }
-
-  struct Entry {
-    std::uint32_t rule = 0;
-    Cell const* cell = nullptr;
-  };
-  Entry largestAt(Cell const& point) const {
-    Entry largest;
-    unsigned size = 0;
-    index_.forEachContaining(point, [&](std::uint32_t rule, Cell const& cell) {
-      if (largest.cell == nullptr || cell.size() > size) {
-        largest = {rule, &cell};
-        size = cell.size();
-      }
-      return true;
-    });
-    return largest;
+    bool const isSingle = cover.by.size() == 1;  // one that is made of other boxes
+    Verdict::Kind const kind =
+        isSingle ? kindOf(rule, cover.by[0], rule.covers(list_.rules[cover.by[0]])) : Verdict::coveredTogether;
+    return {kind, cover.by, {}};
   }
 
   RuleList const& list_;

@@ -1,4 +1,4 @@
-#include "tools/demo/Types.h"
+#include "tools/common/Types.h"
 
 #include <algorithm>
 #include <array>
@@ -6,7 +6,7 @@
 
 #include "runtime/reflection/IntrospectionReactor.h"
 
-namespace Demo {
+namespace Tools {
 
 namespace {
 
@@ -18,6 +18,12 @@ std::string text(Text const& from) {
 }
 
 std::string typeName(Kro::Ptr<Kro::KroType const> const& type) { return type ? text(type->fullName()) : "-"; }
+
+/// Whether a name is the full name of a type, or the last part of it.
+bool isCalled(Kro::KroType const& type, std::string_view name) {
+  std::string_view const full = type.fullName().view();
+  return full == name || (full.ends_with(name) && full.substr(0, full.size() - name.size()).ends_with("::"));
+}
 
 /// "(name type, name type)"
 template <class Size, class At>
@@ -60,8 +66,17 @@ std::string heading(Kro::KroType const& type) {
 
 }  // namespace
 
-std::string typesText() {
-  auto const types = Kro::IntrospectionReactor::global()->types();
+std::vector<std::string> typeNames() {
+  std::vector<std::string> names;
+  for (auto const& type : Kro::IntrospectionReactor::global()->types()) {
+    names.push_back(typeName(type));
+  }
+  return names;
+}
+
+std::string typesText(std::string_view name) {
+  auto types = Kro::IntrospectionReactor::global()->types();
+  std::erase_if(types, [&](auto const& type) { return !name.empty() && !isCalled(*type, name); });
   Row::size_type const columns = std::tuple_size_v<Row>;
   std::array<std::size_t, std::tuple_size_v<Row>> widths{};
   std::vector<std::vector<Row>> tables;
@@ -89,4 +104,4 @@ std::string typesText() {
   return result;
 }
 
-}  // namespace Demo
+}  // namespace Tools
