@@ -5,6 +5,13 @@
 #include "VornAclTable/VornAclTable.h"
 #include "VornAclTypes/VornAclTypes.h"
 #include "VornRootConfig/VornRootConfig.h"
-#include "VornRootConfig/VornRootConfigReflection.h"
 #include "runtime/Kro.h"
-#include "runtime/reflection/ValueReflection.h"
+#include "runtime/reflection/EntityReflection.h"
+
+namespace Vorn {
+
+// Once more, for a using-declaration does not see what is declared behind it: here the readers of entity references.
+using Kro::sequenceToValue;
+using Kro::strepToValue;
+
+}  // namespace Vorn

@@ -3,42 +3,38 @@
 
 #include "VornAclTypes/AclId.h"
 #include "platform/Zil/AclKey.h"
-#include "runtime/entity/EntityAttributes.h"
-#include "runtime/entity/NotifieeOf.h"
+#include "runtime/reflection/EntityOf.h"
 
 namespace Vorn {
 
 /// Translates the key by which other parts of a system name an ACL into the model's `AclId`. Iteration is in ascending
 /// order of the keys. Every change of an entry adds 1 to the mutation counter and tells the observers its key.
-class VORNACL_API AclKeyToAclIdMapping : public Kro::Entity {
+class VORNACL_API AclKeyToAclIdMapping : public Kro::EntityOf<AclKeyToAclIdMapping> {
  public:
   class NotifieeConst;
-  class Notifiee;
   class KroNboAttrLogSa;
-  class GenericIf_;
-  class _Type;
   struct Attributes;
-
-  /// Member record of `keyToId`.
-  class VORNACL_API KroKeyToId final : public Kro::RbTreeNode<Zil::AclKey, AclId> {
-   public:
-    using RbTreeNode::RbTreeNode;
-  };
-  using KeyToIdMap = Kro::RbTreeMap<KroKeyToId, Zil::AclKey, AclId>;
-  using Observers = Kro::ObserverList<Kro::NotifieeOf<AclKeyToAclIdMapping>>;
 
   explicit AclKeyToAclIdMapping(Kro::Name name);
   ~AclKeyToAclIdMapping() override;
 
+  /// Whether another mapping holds the same entries; an absent key counts as the default `AclId` there.
+  bool equal(Kro::Ptr<AclKeyToAclIdMapping const> const& keyToIdMapping) const;
+
+  Observers& kroObservers() const { return observers_; }
+
+  /// Member record of `keyToId`, and its map.
+  using KroKeyToId = Kro::RbTreeNode<Zil::AclKey, AclId>;
+  using KeyToIdMap = Kro::RbTreeMap<KroKeyToId, Zil::AclKey, AclId>;
+
   /// The mapped id, or the default `AclId` for an absent key; counts one read.
   AclId keyToId(Zil::AclKey const& key) const;
   /// Number of entries; counts one read.
-  std::uint32_t keyToIdSize() const;
+  std::uint32_t keyToIdSize() const { return counted(keyToId_.size()); }
   /// The map itself, for iterators, `operator[]` and `startAt`; counts nothing.
   KeyToIdMap const& keyToIdMap() const { return keyToId_; }
   /// An iterator at the first entry, for the iterator remover.
   KeyToIdMap::Iterator keyToIdIterator() { return KeyToIdMap::Iterator(keyToId_); }
-
   /// Sets one entry; an equal id changes nothing.
   void keyToIdIs(Zil::AclKey const& key, AclId const& id);
   /// Stores an entry without counting or telling it. Callers use `keyToIdIs`.
@@ -51,24 +47,9 @@ class VORNACL_API AclKeyToAclIdMapping : public Kro::Entity {
   /// Tells the observers that the entry of this key changed.
   void keyToIdNotify(Zil::AclKey const& key);
 
-  /// Whether another mapping holds the same entries; an absent key counts as the default `AclId` there.
-  bool equal(Kro::Ptr<AclKeyToAclIdMapping const> const& keyToIdMapping) const;
-
-  void zeroReferencesIs(bool) override;
-  Kro::Ptr<Kro::KroType const> fwkType() const override { return _fwkType(); }
-  static Kro::Ptr<Kro::KroType const> _fwkType();
-  unsigned auditErrors(unsigned level) const override;
-  Kro::String8 attributeString(Kro::AttributeId id) const override;
-  using Entity::kroNboAttrLogSa;
-  bool kroHasAttrLogInterface() const override { return true; }
-  Kro::Ptr<Entity::KroNboAttrLogSa> kroNboAttrLogSaIs(Kro_BitSet flags, unsigned mask,
-                                                      Kro::Ptr<Kro::NboAttrLog::Out> const& out,
-                                                      Kro::PtrInterface* parent) override;
-
-  Observers& kroObservers() const { return observers_; }
-
  private:
   KeyToIdMap keyToId_;
+
   mutable Observers observers_;
 };
 
@@ -85,22 +66,18 @@ class VORNACL_API AclKeyToAclIdMapping::NotifieeConst : public Kro::NotifieeOf<A
   virtual void onKeyToId() {}
 };
 
-/// Observes an `AclKeyToAclIdMapping`.
-class VORNACL_API AclKeyToAclIdMapping::Notifiee : public AclKeyToAclIdMapping::NotifieeConst {
- public:
-  ~Notifiee() override;
-};
-
 struct AclKeyToAclIdMapping::Attributes {
   using T = AclKeyToAclIdMapping;
   using N = T::NotifieeConst;
   static constexpr std::string_view typeName = "Vorn::AclKeyToAclIdMapping";
   static constexpr bool isNamed = true;
-  static constexpr auto keyToId = Kro::values<258>("keyToId", &T::keyToId_, &T::keyToIdIs, &T::keyToIdDel,
-                                                   &T::keyToIdDel, &T::keyToIdNotify, &N::onKeyToId);
-  static constexpr auto equal = Kro::operation<259>("equal", &T::equal, "keyToIdMapping");
-  static constexpr auto all = std::tuple(keyToId, equal);
+  static constexpr auto all = std::tuple{
+      Kro::values<258>("keyToId", &T::keyToId_, &T::keyToIdIs, &T::keyToIdDel, &T::keyToIdDel, &T::keyToIdNotify,
+                       &N::onKeyToId),
+      Kro::operation<259>("equal", &T::equal, "keyToIdMapping"),
+  };
 };
-static_assert(Kro::hasRunningIds<AclKeyToAclIdMapping>());
 
 }  // namespace Vorn
+
+extern template class Kro::EntityOf<Vorn::AclKeyToAclIdMapping>;

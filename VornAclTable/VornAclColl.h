@@ -7,30 +7,30 @@ namespace Vorn {
 
 /// The set of ACLs of one chip, by `AclId`. It creates its members itself and never re-creates one with other
 /// parameters. Every addition and removal adds 1 to the mutation counter and tells the observers the ACL's id.
-class VORNACL_API VornAclColl : public Kro::Entity {
+class VORNACL_API VornAclColl : public Kro::EntityOf<VornAclColl> {
  public:
   class NotifieeConst;
-  class Notifiee;
   class KroNboAttrLogSa;
-  class GenericIf_;
-  class _Type;
   struct Attributes;
-
-  using AclMap = Kro::HashMap<VornAcl, AclId, VornAcl>;
-  using Observers = Kro::ObserverList<Kro::NotifieeOf<VornAclColl>>;
 
   explicit VornAclColl(Kro::Name name);
   ~VornAclColl() override;
 
+  /// Whether another collection holds equal ACLs under the same ids; see `VornAcl::equal` for what that proves.
+  bool equal(Kro::Ptr<VornAclColl const> const& vornAclColl) const;
+
+  Observers& kroObservers() const { return observers_; }
+
+  using AclMap = Kro::HashMap<VornAcl, AclId, VornAcl>;
+
   /// The ACL of that id, or null; counts one read.
-  Kro::Ptr<VornAcl> acl(AclId const& aclId) const;
+  Kro::Ptr<VornAcl> acl(AclId const& aclId) const { return counted(acl_[aclId]); }
   /// Number of ACLs; counts one read.
-  std::uint32_t aclSize() const;
+  std::uint32_t aclSize() const { return counted(acl_.size()); }
   /// The map itself, for iterators; counts nothing. Its order is not defined for users.
   AclMap const& aclMap() const { return acl_; }
   /// An iterator at the first ACL, for the iterator remover.
   AclMap::Iterator aclIterator() { return AclMap::Iterator(acl_); }
-
   /// Gets or creates an ACL. An existing one with these parameters is returned, which counts a mutation and tells
   /// nobody; one with other parameters throws `NameInUseException` and changes nothing.
   Kro::Ptr<VornAcl> aclIs(AclId const& aclId, Acl::AclType aclType, Kro::Name cliName);
@@ -44,24 +44,9 @@ class VORNACL_API VornAclColl : public Kro::Entity {
   /// Tells the observers that the ACL of this id came or went.
   void aclNotify(AclId const& aclId);
 
-  /// Whether another collection holds equal ACLs under the same ids; see `VornAcl::equal` for what that proves.
-  bool equal(Kro::Ptr<VornAclColl const> const& vornAclColl) const;
-
-  void zeroReferencesIs(bool) override;
-  Kro::Ptr<Kro::KroType const> fwkType() const override { return _fwkType(); }
-  static Kro::Ptr<Kro::KroType const> _fwkType();
-  unsigned auditErrors(unsigned level) const override;
-  Kro::String8 attributeString(Kro::AttributeId id) const override;
-  using Entity::kroNboAttrLogSa;
-  bool kroHasAttrLogInterface() const override { return true; }
-  Kro::Ptr<Entity::KroNboAttrLogSa> kroNboAttrLogSaIs(Kro_BitSet flags, unsigned mask,
-                                                      Kro::Ptr<Kro::NboAttrLog::Out> const& out,
-                                                      Kro::PtrInterface* parent) override;
-
-  Observers& kroObservers() const { return observers_; }
-
  private:
-  AclMap acl_;
+  AclMap acl_{4};
+
   mutable Observers observers_;
 };
 
@@ -78,22 +63,17 @@ class VORNACL_API VornAclColl::NotifieeConst : public Kro::NotifieeOf<VornAclCol
   virtual void onAcl() {}
 };
 
-/// Observes a `VornAclColl`.
-class VORNACL_API VornAclColl::Notifiee : public VornAclColl::NotifieeConst {
- public:
-  ~Notifiee() override;
-};
-
 struct VornAclColl::Attributes {
   using T = VornAclColl;
   using N = T::NotifieeConst;
   static constexpr std::string_view typeName = "Vorn::VornAclColl";
   static constexpr bool isNamed = true;
-  static constexpr auto acl =
-      Kro::members<258>("acl", &T::acl_, &T::aclIs, &T::aclDel, &T::aclDel, &T::aclNotify, &N::onAcl);
-  static constexpr auto equal = Kro::operation<259>("equal", &T::equal, "vornAclColl");
-  static constexpr auto all = std::tuple(acl, equal);
+  static constexpr auto all = std::tuple{
+      Kro::members<258>("acl", &T::acl_, &T::aclIs, &T::aclDel, &T::aclDel, &T::aclNotify, &N::onAcl),
+      Kro::operation<259>("equal", &T::equal, "vornAclColl"),
+  };
 };
-static_assert(Kro::hasRunningIds<VornAclColl>());
 
 }  // namespace Vorn
+
+extern template class Kro::EntityOf<Vorn::VornAclColl>;

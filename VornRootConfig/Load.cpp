@@ -3,11 +3,9 @@
 #include "runtime/reflection/Load.h"
 
 #include "GenRange/GenRange.h"
-#include "VornAclTable/VornAclReflection.h"
 #include "VornAclTable/VornAclTable.h"
 #include "VornAclTypes/VornAclTypes.h"
 #include "VornRootConfig/VornRootConfig.h"
-#include "VornRootConfig/VornRootConfigReflection.h"
 
 namespace Vorn {
 

@@ -1,46 +1,54 @@
 #include "VornRootConfig/RootConfig.h"
 
-#include "runtime/entity/EntityOps.h"
+#include "VornRootConfig/VornRootConfigLog.h"
+#include "runtime/reflection/EntityOfOps.h"
+
+template class Kro::EntityOf<Vorn::RootConfig>;
+template class Kro::EntityGenericIfOf<Vorn::RootConfig>;
 
 namespace Vorn {
 
-using At = RootConfig::Attributes;
+using T = RootConfig;
 
 RootConfig::RootConfig(Kro::Name name, std::uint32_t rootConfigId, ChipId chipId)
-    : Entity(std::move(name)), rootConfigId_(rootConfigId), chipId_(chipId) {}
+    : EntityOf(std::move(name)), rootConfigId_(rootConfigId), chipId_(chipId) {}
 
-RootConfig::~RootConfig() {
-  Kro::removeChildFinally(*this, At::vornAclColl);
-  Kro::removeChildFinally(*this, At::aclKeyToAclId);
-  Kro::dropChild(*this, At::vornAclColl);
-  Kro::dropChild(*this, At::aclKeyToAclId);
-  Kro::forgetObservers(observers_);
-}
+RootConfig::~RootConfig() { Kro::endEntity(*this); }
 
 RootConfig::NotifieeConst::~NotifieeConst() = default;
-RootConfig::Notifiee::~Notifiee() = default;
 
 Kro::Ptr<RootConfig> rootConfigFactory(Kro::Name name, std::uint32_t rootConfigId, ChipId chipId) {
   return Kro::adopt(new RootConfig(std::move(name), rootConfigId, chipId));
 }
 
-void RootConfig::activeIs(bool active) { Kro::setScalar(*this, At::active, active); }
-void RootConfig::actionIs(RootAction action) { Kro::setScalar(*this, At::action, action); }
-void RootConfig::vornRootKickTimeIs(double const& seconds) { Kro::setScalar(*this, At::vornRootKickTime, seconds); }
-void RootConfig::vornRootKickIs(std::uint32_t kick) { Kro::setScalar(*this, At::vornRootKick, kick); }
-void RootConfig::initializedIs(bool initialized) { Kro::setScalar(*this, At::initialized, initialized); }
-std::uint32_t RootConfig::vornRootKickInc(std::uint32_t n) { return Kro::incrementCounter(*this, At::vornRootKick, n); }
+void RootConfig::activeIs(bool active) { Kro::setScalar(*this, row<&T::active_>, active); }
+void RootConfig::actionIs(RootAction action) { Kro::setScalar(*this, row<&T::action_>, action); }
+void RootConfig::vornRootKickTimeIs(double const& seconds) {
+  Kro::setScalar(*this, row<&T::vornRootKickTime_>, seconds);
+}
+void RootConfig::vornRootKickIs(std::uint32_t kick) { Kro::setScalar(*this, row<&T::vornRootKick_>, kick); }
+std::uint32_t RootConfig::vornRootKickInc(std::uint32_t n) {
+  return Kro::incrementCounter(*this, row<&T::vornRootKick_>, n);
+}
+void RootConfig::initializedIs(bool initialized) { Kro::setScalar(*this, row<&T::initialized_>, initialized); }
 
-Kro::Ptr<VornAclColl> RootConfig::newVornAclColl(Kro::Name name) { return Kro::newChild(*this, At::vornAclColl, name); }
-Kro::Ptr<AclKeyToAclIdMapping> RootConfig::newAclKeyToAclId(Kro::Name name) {
-  return Kro::newChild(*this, At::aclKeyToAclId, name);
+Kro::Ptr<VornAclColl> RootConfig::vornAclCollIs(Kro::Name name) {
+  return Kro::setChild(*this, row<&T::vornAclColl_>, name);
 }
-Kro::Ptr<VornAclColl> RootConfig::vornAclCollIs(Kro::Name name) { return Kro::setChild(*this, At::vornAclColl, name); }
+Kro::Ptr<VornAclColl> RootConfig::newVornAclColl(Kro::Name name) {
+  return Kro::newChild(*this, row<&T::vornAclColl_>, name);
+}
+Kro::Ptr<VornAclColl> RootConfig::vornAclCollDel() { return Kro::removeChild(*this, row<&T::vornAclColl_>); }
+
 Kro::Ptr<AclKeyToAclIdMapping> RootConfig::aclKeyToAclIdIs(Kro::Name name) {
-  return Kro::setChild(*this, At::aclKeyToAclId, name);
+  return Kro::setChild(*this, row<&T::aclKeyToAclId_>, name);
 }
-Kro::Ptr<VornAclColl> RootConfig::vornAclCollDel() { return Kro::removeChild(*this, At::vornAclColl); }
-Kro::Ptr<AclKeyToAclIdMapping> RootConfig::aclKeyToAclIdDel() { return Kro::removeChild(*this, At::aclKeyToAclId); }
+Kro::Ptr<AclKeyToAclIdMapping> RootConfig::newAclKeyToAclId(Kro::Name name) {
+  return Kro::newChild(*this, row<&T::aclKeyToAclId_>, name);
+}
+Kro::Ptr<AclKeyToAclIdMapping> RootConfig::aclKeyToAclIdDel() {
+  return Kro::removeChild(*this, row<&T::aclKeyToAclId_>);
+}
 
 void RootConfig::initialize() {
   if (initialized()) {
@@ -65,12 +73,5 @@ bool RootConfig::equal(Kro::Ptr<RootConfig const> const& rootConfig) const {
   return rootConfig && chipId() == rootConfig->chipId() && equalChildren(vornAclColl(), rootConfig->vornAclColl()) &&
          equalChildren(aclKeyToAclId(), rootConfig->aclKeyToAclId());
 }
-
-void RootConfig::zeroReferencesIs(bool) { Kro::tellZeroReferences(*this); }
-unsigned RootConfig::auditErrors(unsigned level) const { return Kro::auditEntity(*this, level); }
-Kro::String8 RootConfig::attributeString(Kro::AttributeId id) const {
-  return Kro::attributeName<RootConfig>(*this, id);
-}
-Kro::String8 RootConfig::kroKeyText() const { return Kro::valueToStrep(rootConfigId_); }
 
 }  // namespace Vorn

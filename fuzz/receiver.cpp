@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "VornRootConfig/VornRootConfigReflection.h"
+#include "VornAcl.h"
 #include "fuzz/Require.h"
 #include "runtime/log/Connection.h"
 #include "runtime/reflection/Path.h"

@@ -1,6 +1,6 @@
 // Every text reader: what it reads and prints, it reads again and prints as it was. The input is a text for all of
 // them.
-#include "VornRootConfig/VornRootConfigReflection.h"
+#include "VornAcl.h"
 #include "fuzz/Require.h"
 
 namespace {

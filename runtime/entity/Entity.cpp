@@ -135,6 +135,15 @@ bool reactsForStream(PtrInterface::NotifieeConst const& observer) {
   return dynamic_cast<Entity::KroNboAttrLogSa const*>(observer.kroReactor().get()) != nullptr;
 }
 
+void detail::throwNullReference(std::string_view typeName, std::string_view attribute) {
+  throwRangeException("null _" + String8(attribute) + " parameter to mutator for " + String8(typeName) +
+                      "::" + String8(attribute) + " not allowed\"");
+}
+
+void detail::throwNullNewReference(std::string_view typeName, std::string_view attribute) {
+  throwInternalException(String8(typeName) + "::" + String8(attribute) + ": a new reference to nothing");
+}
+
 void detail::throwNameInUse(Name const& entity, std::string_view parameter, String8 const& requested,
                             String8 const& current) {
   throwNameInUseException("Reinstantiating the entity with name " + valueToStrep(entity) +

@@ -194,6 +194,25 @@ constexpr bool entityIdsRun(std::index_sequence<I...>) {
   return ((EntityAttributeType<X, I>::id == firstEntityAttributeId + static_cast<AttributeId>(I)) && ...);
 }
 
+template <class X, auto field, std::size_t I>
+constexpr bool stores() {
+  constexpr auto& d = entityAttribute<X, I>;
+  if constexpr (requires {
+                  requires std::is_same_v < std::remove_cvref_t<decltype(d.field)>,
+                  decltype(field) > ;
+                }) {
+    return d.field == field;
+  } else {
+    return false;
+  }
+}
+template <class X, auto field, std::size_t... I>
+constexpr std::size_t positionOfField(std::index_sequence<I...>) {
+  std::size_t at = sizeof...(I);
+  ((at = stores<X, field, I>() ? I : at), ...);
+  return at;
+}
+
 template <class X, AttributeKind kind, std::size_t I = 0, std::size_t... found>
 constexpr auto positionsOfKind() {
   if constexpr (I == entityAttributeCount<X>) {
@@ -206,6 +225,14 @@ constexpr auto positionsOfKind() {
 }
 
 }  // namespace detail
+
+/// The descriptor of the attribute of `X` that `field` stores.
+template <class X, auto field>
+inline constexpr auto entityRow = [] {
+  constexpr std::size_t at = detail::positionOfField<X, field>(std::make_index_sequence<entityAttributeCount<X>>());
+  static_assert(at < entityAttributeCount<X>, "give this field a row in the attribute list of its entity type");
+  return std::get<at>(X::Attributes::all);
+}();
 
 /// Positions of the attributes of one kind, in id order.
 template <class X, AttributeKind kind>

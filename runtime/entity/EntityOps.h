@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "runtime/entity/EntityTell.h"
+#include "runtime/entity/NotifieeOf.h"
 #include "runtime/entity/StreamAdapter.h"
 #include "runtime/value/Value.h"
 
@@ -83,6 +84,22 @@ void setMember(X& entity, D const& d, typename D::Key const& key, typename D::El
   }
   entity.kroCountMutation();
   (entity.*(d.notify))(key);
+}
+
+/// Whether `other` has as many values, and the same one for each key that is here; what is absent there counts as the
+/// default. Each size and each value looked up counts one read.
+template <class X, class D>
+bool haveEqualValues(X const& entity, X const& other, D const& d) {
+  auto const sizeOf = [&](X const& of) { return of.kroCountRead(), (of.*(d.field)).size(); };
+  if (sizeOf(entity) != sizeOf(other)) {
+    return false;
+  }
+  for (auto const& record : entity.*(d.field)) {
+    if (!(record.value() == valueAt(other, d, record.key()))) {
+      return false;
+    }
+  }
+  return true;
 }
 
 /// Removes a record that stands in the map and returns its value.
@@ -240,6 +257,84 @@ Ptr<typename D::Element> removeEntityAt(X& entity, D const& d, typename D::MapTy
   return (entity.*(d.field)).isMember(member.get()) ? removeEntity(entity, d, std::move(member)) : nullptr;
 }
 
+// --- collections of references ---
+
+namespace detail {
+
+[[noreturn]] VORNACL_API void throwNullReference(std::string_view typeName, std::string_view attribute);
+[[noreturn]] VORNACL_API void throwNullNewReference(std::string_view typeName, std::string_view attribute);
+
+}  // namespace detail
+
+/// The referenced entity, or null for an absent key; one read counted.
+template <class X, class D>
+Ptr<typename D::Element const> referenceAt(X const& entity, D const& d, typename D::Key const& key) {
+  entity.kroCountRead();
+  auto const* const record = (entity.*(d.field)).find(key);
+  return record != nullptr ? record->referenced() : nullptr;
+}
+
+/// Makes a record without counting or telling it. The target's key must be absent.
+template <class X, class D>
+Ptr<typename D::Record> newReference(X& entity, D const& d, Ptr<typename D::Element const> const& target) {
+  if (!target) {
+    detail::throwNullNewReference(X::Attributes::typeName, d.name);
+  }
+  auto record = adopt(new typename D::Record(target));
+  (entity.*(d.field)).newMember(record);
+  return record;
+}
+
+/// Refers to `target` under its key; one that is referred to already changes nothing.
+template <class X, class D>
+void setReference(X& entity, D const& d, Ptr<typename D::Element const> const& target) {
+  if (!target) {
+    detail::throwNullReference(X::Attributes::typeName, d.name);
+  }
+  typename D::Key const key = D::Record::KroHashLink::keyOfReferenced(*target);
+  Ptr<X> const held = share(&entity);  // the old one's end tells observers, who may drop this entity
+  if (auto* const record = (entity.*(d.field)).find(key)) {
+    if (record->referenced() == target) {
+      return;
+    }
+    entity.kroObservers().reserveDispatch();
+    clearSweepMark(*record);
+    record->referencedIs(target);
+  } else {
+    entity.kroObservers().reserveDispatch();
+    newReference(entity, d, target);
+  }
+  entity.kroCountMutation();
+  (entity.*(d.notify))(key);
+}
+
+/// Removes a record that stands in the map and returns its target.
+template <class X, class D>
+Ptr<typename D::Element const> removeReference(X& entity, D const& d, Ptr<typename D::Record> const& record,
+                                               typename D::Key const& key) {
+  entity.kroObservers().reserveDispatch();
+  Ptr<typename D::Element const> target = record->referenced();
+  (entity.*(d.field)).memberDel(record);
+  clearSweepMark(*record);
+  entity.kroCountMutation();
+  (entity.*(d.notify))(key);
+  return target;
+}
+
+template <class X, class D>
+Ptr<typename D::Element const> removeReferenceByKey(X& entity, D const& d, typename D::Key const& key) {
+  auto const record = (entity.*(d.field))[key];
+  return record ? removeReference(entity, d, record, key) : nullptr;
+}
+
+template <class X, class D>
+Ptr<typename D::Element const> removeReferenceAt(X& entity, D const& d, typename D::MapType::Iterator& iterator) {
+  auto const record = iterator.member();
+  return (entity.*(d.field)).isMember(record.get())
+             ? removeReference(entity, d, record, D::Record::KroHashLink::key(*record))
+             : nullptr;
+}
+
 // --- single children ---
 
 /// Gets or creates the single child of a name. The same name counts one mutation and tells nobody; another one replaces
@@ -312,6 +407,25 @@ void dropChild(X& entity, D const& d) noexcept {
 }
 
 // --- what is asked of every entity type ---
+
+/// What the destructor of an entity type does: members and children go, each told, then the observers are forgotten.
+template <class X>
+void endEntity(X& entity) noexcept {
+  forEachEntityAttribute<X>([&](auto const& d) {
+    using D = std::remove_cvref_t<decltype(d)>;
+    if constexpr (D::kind == AttributeKind::members) {
+      removeAllFinally(entity, d);
+    } else if constexpr (D::kind == AttributeKind::child) {
+      removeChildFinally(entity, d);
+    }
+  });
+  forEachEntityAttribute<X>([&](auto const& d) {
+    if constexpr (std::remove_cvref_t<decltype(d)>::kind == AttributeKind::child) {
+      dropChild(entity, d);
+    }
+  });
+  forgetObservers(entity.kroObservers());
+}
 
 /// The name of an own attribute; any other id is answered by the base.
 template <class X>

@@ -95,6 +95,13 @@ class NotifieeOf : public Entity::NotifieeConst {
   mutable NotifieeOf* next_ = nullptr;
 };
 
+/// An observer that may change the `X` that it observes: what `X::Notifiee` is.
+template <class X>
+class VORNACL_API NotifieeFor : public X::NotifieeConst {
+ public:
+  using Notifiee = NotifieeFor;
+};
+
 /// Empties the observer list of a dying entity without telling anyone; its weak observers are detached.
 template <class N>
 void forgetObservers(ObserverList<N>& list) {

@@ -142,6 +142,8 @@ class VORNACL_API Entity::KroNboAttrLogSa : public StreamAdapter {
   virtual void doNotification(AttributeId id, void* key) = 0;
   virtual void syncModeIs(SyncMode mode);
   virtual void doRemountSelf(Ptr<NboAttrLog::Out> const& out);
+  /// The adapter of a child or member: found, or made and announced. Null where the entity's type has no such one.
+  virtual Ptr<KroNboAttrLogSa> childAdapterIs(Entity& child) = 0;
   /// Whether messages about this attribute (negated or not) are understood.
   virtual bool knowsAttribute(AttributeId id) const = 0;
   /// Forgets a whole transfer into attribute `id` of this entity: what it has marked stays.

@@ -101,6 +101,24 @@ Ptr<Entity::KroNboAttrLogSa> AdapterOf<X>::introduce(D const& d, std::uint32_t f
 }
 
 template <class X>
+Ptr<Entity::KroNboAttrLogSa> AdapterOf<X>::childAdapterIs(Entity& child) {
+  Ptr<KroNboAttrLogSa> adapter;
+  withEntityAttribute<X>(child.parentAttrId(), [&](auto const& d) {
+    using D = std::remove_cvref_t<decltype(d)>;
+    if constexpr (D::kind == AttributeKind::child) {
+      if (auto* const typed = dynamic_cast<typename D::Type*>(&child)) {
+        adapter = announceChild(d, flagWord() & inheritedBits, *typed);
+      }
+    } else if constexpr (D::kind == AttributeKind::members) {
+      if (auto* const typed = dynamic_cast<typename D::Element*>(&child)) {
+        adapter = announceMember(d, flagWord() & inheritedBits, *typed);
+      }
+    }
+  });
+  return adapter;
+}
+
+template <class X>
 void AdapterOf<X>::doSerializeOrphan() {
   Ptr<Out> const out = nboAttrLogOut();
   beforeMessage();

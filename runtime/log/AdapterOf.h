@@ -81,6 +81,7 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   void doNotification(AttributeId id, void* key) override { handleChange(id, key); }
   /// An attribute changed: writes or marks it. `key` points to the key of a keyed one.
   void handleChange(AttributeId id, void const* key);
+  Ptr<KroNboAttrLogSa> childAdapterIs(Entity& child) override;
   void syncModeIs(SyncMode mode) override;
   bool knowsAttribute(AttributeId id) const override;
   void sweepDel(AttributeId id) override;

@@ -4,8 +4,9 @@
 #include <span>
 
 #include "runtime/entity/EntityAttributes.h"
-#include "runtime/log/AdapterOf.h"
+#include "runtime/entity/StreamAdapter.h"
 #include "runtime/type/KroType.h"
+#include "runtime/value/Codec.h"
 
 namespace Kro {
 

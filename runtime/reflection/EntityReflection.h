@@ -156,9 +156,14 @@ class ReflectionAdapter;
 template <class X>
 class VORNACL_API EntityGenericIfOf : public GenericIfEntity {
  public:
+  using GenericIf_ = EntityGenericIfOf;
+
   EntityGenericIfOf(Ptr<X> const& entity, bool isConst);
   ~EntityGenericIfOf() override;
 
+  static Ptr<EntityGenericIfOf> GenericIf_Is(Ptr<X> const& entity, bool isConst) {
+    return adopt(new EntityGenericIfOf(entity, isConst));
+  }
   /// A reflection object of a new entity, made from its constructor's parameters in order.
   static Ptr<GenericIf> genericIfListConstructor(Ptr<GenericIf const> const& list) {
     return fwkTypeOf<X>()->genericIf(list.get(), false);
@@ -298,17 +303,16 @@ class VORNACL_API ReflectedEntityType : public EntityTypeOf<X> {
   Ptr<GenericIf> genericIf_(PtrInterface* object, bool isConst) const override {
     return X::GenericIf_::GenericIf_Is(share(dynamic_cast<X*>(object)), isConst);
   }
+  /// Gives a child or member its own adapter on a stream that mirrors the `X` that holds it, and announces it there.
+  /// `attribute` names the attribute that does. Null where the child is not that one's, and where its parent has no
+  /// adapter on the stream.
+  Ptr<Entity::KroNboAttrLogSa> childAttrLogIs(Name const& attribute, Ptr<Entity> const& child,
+                                              Ptr<NboAttrLog::Out> const& out) const {
+    Ptr<Entity> const parent = ptrCast<X>(child ? child->parent() : nullptr);
+    auto const adapter = parent ? parent->kroNboAttrLogSa(Ptr<NboAttrLog::Out const>(out)) : nullptr;
+    return adapter && child->parentAttr() == attribute.string() ? adapter->childAdapterIs(*child) : nullptr;
+  }
 };
-
-namespace detail {
-
-/// The type object of entity type `X`.
-template <class X>
-Ptr<KroType const> entityTypeOf() {
-  return slottedType<X, typename X::_Type>(registrationOf<X>());
-}
-
-}  // namespace detail
 
 /// The attributes of an entity type, looked up by name when the library is loaded and kept for its life; null where
 /// they are not registered yet.

@@ -15,11 +15,19 @@ using Kro::Ptr;
 AclId aclId(std::uint32_t n) { return {Vorn::ipv4PAcl, static_cast<std::uint8_t>(n), Acl::in}; }
 Ptr<VornAcl> newAcl() { return adopt(new VornAcl(aclId(5), Acl::ip, "acl")); }
 
+/// The place of an attribute in the list of its type.
+template <class X>
+constexpr std::size_t placeOf(std::string_view name) {
+  std::size_t place = 0, n = 0;
+  Kro::forEachEntityAttribute<X>([&](auto const& d) { place = d.name == name ? n++ : (n++, place); });
+  return place;
+}
+
 /// A collection: its owner, descriptor and functions, and what observers say of it.
 #define COLLECTION(X, attribute, observer, what)                               \
   using Owner = X;                                                             \
   using Spy = observer;                                                        \
-  static constexpr auto const& d = X::Attributes::attribute;                   \
+  static constexpr auto d = Kro::entityAttribute<X, placeOf<X>(#attribute)>;   \
   static constexpr auto get = &X::attribute;                                   \
   static constexpr auto size = &X::attribute##Size;                            \
   static constexpr auto delAll = &X::attribute##DelAll;                        \

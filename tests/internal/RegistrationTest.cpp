@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "VornAcl.h"
-#include "VornAclTable/VornAclReflection.h"
-#include "VornRootConfig/VornRootConfigReflection.h"
+#include "VornAclTable/VornAclTable.h"
+#include "VornRootConfig/VornRootConfig.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // what the errors say.
 #include <array>
 
-#include "VornRootConfig/VornRootConfigReflection.h"
+#include "VornRootConfig/VornRootConfig.h"
 #include "tests/runtime/reflection/Reflected.h"
 
 namespace {

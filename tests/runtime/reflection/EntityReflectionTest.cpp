@@ -1,5 +1,5 @@
 // Live entities through reflection: what observers are told, collections, deferred delivery.
-#include "VornRootConfig/VornRootConfigReflection.h"
+#include "VornRootConfig/VornRootConfig.h"
 #include "runtime/reflection/Activity.h"
 #include "tests/runtime/reflection/Reflected.h"
 #include "tests/support/Spies.h"

@@ -3,7 +3,7 @@
 
 #include "GenRange/GenRange.h"
 #include "VornAclTypes/VornAclTypes.h"
-#include "VornRootConfig/VornRootConfigReflection.h"
+#include "VornRootConfig/VornRootConfig.h"
 #include "tests/runtime/reflection/Reflected.h"
 
 namespace {
