@@ -299,7 +299,9 @@ void setReference(X& entity, D const& d, Ptr<typename D::Element const> const& t
     }
     entity.kroObservers().reserveDispatch();
     clearSweepMark(*record);
+    auto spare = std::exchange(entity.kroObservers().spare(), {});  // they may change it, which must not use this up
     record->referencedIs(target);
+    entity.kroObservers().spare() = std::move(spare);
   } else {
     entity.kroObservers().reserveDispatch();
     newReference(entity, d, target);
@@ -353,12 +355,14 @@ Ptr<typename D::Type> setChild(X& entity, D const& d, Name const& name) {
     throwRangeException("null ValidPtr");
   }
   Ptr<X> const held = share(&entity);  // the old child's end tells observers, who may drop this entity
+  auto spare = std::exchange(entity.kroObservers().spare(), {});  // or change it, which must not use this up
   if (field) {
     entity.kroCountMutation();
     field->parentIs(nullptr);
   }
   field = created;
   entity.kroCountMutation();
+  entity.kroObservers().spare() = std::move(spare);
   if (field == created) {  // whoever replaced it has told so
     tellChange(entity, d);
   }

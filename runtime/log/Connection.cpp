@@ -461,6 +461,10 @@ void Connection::close(String8 reason) {
   tell();
 }
 
+void Connection::close(char const* reason) {
+  close(demuxer_.reasonOf([&] { return String8(reason); }));
+}
+
 void Connection::lose(String8 reason) {
   if (state_ == State::lost) {
     return;

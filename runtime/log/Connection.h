@@ -69,9 +69,7 @@ class VORNACL_API Connection final : public PtrInterface {
   /// Ends the connection for a reason of the owner's, such as a closed socket. No entity is changed.
   void close(String8 reason);
   /// The same; without memory for its text the reason is that.
-  void close(char const* reason) {
-    close(demuxer_.reasonOf([&] { return String8(reason); }));
-  }
+  void close(char const* reason);
 
   State state() const { return state_; }
   /// Whether the peer's state came whole at least once.

@@ -1,26 +1,41 @@
 #include "runtime/reflection/Activity.h"
 
-#include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace Kro {
 
-ActivityConfig::~ActivityConfig() { std::erase(scheduler_.queue_, this); }
-
-void ActivityConfig::schedule() {
-  if (!scheduled_) {
-    scheduler_.queue_.push_back(this);
-    scheduled_ = true;
+ActivityConfig::~ActivityConfig() {
+  if (scheduled_) {
+    ActivityConfig** link = &scheduler_.first_;
+    while (*link != this) {
+      link = &(*link)->next_;
+    }
+    scheduler_.unlink(link);
   }
 }
 
+void ActivityConfig::schedule() {
+  if (!scheduled_) {
+    scheduled_ = true;
+    *scheduler_.end_ = this;
+    scheduler_.end_ = &next_;
+  }
+}
+
+void ActivityScheduler::unlink(ActivityConfig** link) {
+  ActivityConfig& activity = **link;
+  *link = std::exchange(activity.next_, nullptr);
+  end_ = *link == nullptr ? link : end_;
+  activity.scheduled_ = false;
+}
+
 bool ActivityScheduler::step() {
-  if (queue_.empty()) {
+  ActivityConfig* const activity = first_;
+  if (activity == nullptr) {
     return false;
   }
-  ActivityConfig* const activity = queue_.front();
-  queue_.pop_front();
-  activity->scheduled_ = false;
+  unlink(&first_);
   Ptr<PtrInterface::NotifieeConst> const held = share(&activity->observer_);
   held->handleNotification(activity);
   return true;

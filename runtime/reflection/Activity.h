@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 
 #include "runtime/entity/Notifiee.h"
 
@@ -38,7 +37,7 @@ class VORNACL_API ActivityConfig {
 
   ActivitySm& actsm() { return actsm_; }
   PtrInterface::NotifieeConst& observer() const { return observer_; }
-  /// Puts the activity into the scheduler's queue, once.
+  /// Puts the activity into the scheduler's queue, once. Takes no memory: what waits is never lost.
   void schedule();
 
  private:
@@ -47,12 +46,17 @@ class VORNACL_API ActivityConfig {
   PtrInterface::NotifieeConst& observer_;
   ActivitySm actsm_;
   bool scheduled_ = false;
+  ActivityConfig* next_ = nullptr;  ///< in the queue
 };
 
 /// Runs activities when its owner says so.
 class VORNACL_API ActivityScheduler {
  public:
-  bool empty() const { return queue_.empty(); }
+  ActivityScheduler() = default;
+  ActivityScheduler(ActivityScheduler const&) = delete;
+  ActivityScheduler& operator=(ActivityScheduler const&) = delete;
+
+  bool empty() const { return first_ == nullptr; }
   /// Runs the activity that was scheduled first; returns whether there was one.
   bool step();
   /// Runs activities until none is left.
@@ -63,7 +67,10 @@ class VORNACL_API ActivityScheduler {
 
  private:
   friend class ActivityConfig;
-  std::deque<ActivityConfig*> queue_;
+  void unlink(ActivityConfig** link);
+
+  ActivityConfig* first_ = nullptr;
+  ActivityConfig** end_ = &first_;  ///< where the next one is linked
 };
 
 }  // namespace Kro

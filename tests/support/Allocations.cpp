@@ -8,12 +8,14 @@ namespace {
 
 thread_local std::size_t made = 0;
 thread_local std::size_t failing = 0;
-thread_local bool staysFailing = false, hasFailed = false;
+thread_local std::size_t more = 0;  ///< that fail behind it
+thread_local bool hasFailed = false;
 
 void* allocate(std::size_t size) noexcept {
   ++made;
   if (failing != 0 && --failing == 0) {
-    failing = staysFailing ? 1 : 0;
+    failing = more != 0 ? 1 : 0;
+    more -= failing;
     hasFailed = true;
     return nullptr;
   }
@@ -23,9 +25,9 @@ void* allocate(std::size_t size) noexcept {
 }  // namespace
 
 std::size_t VornTest::allocations() { return made; }
-bool VornTest::failAllocation(std::size_t n, bool fromThenOn) {
+bool VornTest::failAllocation(std::size_t n, std::size_t times) {
   failing = n;
-  staysFailing = fromThenOn;
+  more = times - 1;
   return std::exchange(hasFailed, false);
 }
 

@@ -7,8 +7,8 @@ namespace VornTest {
 
 /// Number of allocations of this thread so far.
 std::size_t allocations();
-/// Lets the n-th allocation of this thread from here on fail, once or with all that follow; 0 lets none fail. Returns
-/// whether one has failed since it was called last.
-bool failAllocation(std::size_t n, bool fromThenOn = false);
+/// Lets the n-th allocation of this thread from here on fail, and as many in all; 0 lets none fail. Returns whether one
+/// has failed since it was called last.
+bool failAllocation(std::size_t n, std::size_t times = 1);
 
 }  // namespace VornTest

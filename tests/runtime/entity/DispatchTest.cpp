@@ -137,6 +137,45 @@ TEST_F(Dispatch, ToldKeySurvivesTheRecordItComesFrom) {
   EXPECT_EQ(journal.take(), "A" + event + " A" + event + " B" + event + " B" + event);
 }
 
+TEST_F(Dispatch, MemoryForATellingIsNotTakenByAnotherThatComesBefore) {
+  bool fails = true;
+  for (std::size_t failing = 1; fails; ++failing) {
+    SCOPED_TRACE(failing);
+    auto const config = Vorn::rootConfigFactory("config", 1, 1), next = Vorn::rootConfigFactory("next", 2, 1);
+    auto const coll = Vorn::rootConfigCollFactory("coll");
+    auto old = Vorn::rootConfigFactory("old", 3, 1);
+    config->initialize();
+    config->vornAclColl()->aclIs(aclId, Acl::ip, "");
+    old->initialize();
+    coll->chipRootConfigLastFailedIs(old);
+    std::size_t told = 0;
+    std::vector<Ptr<Kro::PtrInterface>> spies;
+    for (int i = 0; i < 9; ++i) {
+      spies.insert(spies.end(), {quiet<ConfigSpy>(config, told), quiet<ConfigCollSpy>(coll, told)});
+    }
+    // Where something is replaced, its end changes what held it.
+    auto const ofChild = quiet<AclCollSpy>(config->vornAclColl(), told);
+    ofChild->isWeakReferenceIs(true);
+    ofChild->act = [&] { config->vornRootKickIs(1); };
+    auto const ofTarget = quiet<ConfigSpy>(std::exchange(old, nullptr), told);
+    ofTarget->isWeakReferenceIs(true);
+    ofTarget->act = [&] { coll->chipRootConfigIs(5, 2); };
+    std::size_t replaced = 0;
+    failAllocation(failing);
+    try {
+      config->vornAclCollIs("x");
+      ++replaced;
+      coll->chipRootConfigLastFailedIs(next);
+      ++replaced;
+    } catch (std::bad_alloc const&) {
+    }
+    fails = failAllocation(0);
+    EXPECT_EQ(config->vornAclColl()->name() == "x", replaced > 0);
+    EXPECT_EQ(coll->chipRootConfigLastFailed(1) == next, replaced > 1);
+    EXPECT_EQ(told, 9 * (replaced + config->vornRootKick() + coll->chipRootConfigSize()));
+  }
+}
+
 TEST_F(Dispatch, InADestructorLackOfMemoryEndsOneDispatchOnly) {
   for (std::size_t failing = 1; failing <= 4; ++failing) {
     SCOPED_TRACE(failing);

@@ -1,20 +1,23 @@
 // Lack of memory: operations on two connected trees in which each allocation fails in turn, once or with all that
 // follow. Whoever calls gets `std::bad_alloc` and finds nothing changed, or the operation is done, or the connection is
 // lost and says so. Both trees stay valid, a second try succeeds, connections that live end equal.
+#include "runtime/reflection/Path.h"
 #include "tests/runtime/log/Harness.h"
 #include "tests/support/Allocations.h"
 
 namespace {
 
 using namespace VornTest;
+using Kro::NboAttrLog::WireHeader;
 
 class Memory : public LogTest {
  protected:
   /// Sets the scene by a script and does what the words of `act` say while memory is short.
   void play(std::string const& before, std::string const& act) {
-    SCOPED_TRACE(before + " | " + act);
+    SCOPED_TRACE(before + " | " + act + ", room: " + std::to_string(room));
     for (Lack const lack : {never, once, fromThenOn, toTheEnd}) {
-      for (std::size_t n = 1; tryOut(before, act, lack, n) && !HasFailure(); ++n) {
+      bool const fits = room == SIZE_MAX || lack <= once;
+      for (std::size_t n = 1; fits && tryOut(before, act, lack, n) && !HasFailure(); ++n) {
       }
     }
   }
@@ -40,6 +43,8 @@ class Memory : public LogTest {
   }
 
   std::size_t told_ = 0;
+  std::size_t room = SIZE_MAX;  ///< what S can write before its buffer has to grow
+  std::size_t times = 1;        ///< how many fail where not all do
 
  private:
   enum Lack { never, once, fromThenOn, toTheEnd };
@@ -59,11 +64,19 @@ class Memory : public LogTest {
     if (mirror) {
       observe(mirror, 9);
     }
+    constexpr std::size_t first = 4096;  // bytes of a new buffer
+    stuffed_ = room < first ? first - room : 0;
+    (*link)[S].out()->endIs((*link)[S].out()->room(stuffed_) + stuffed_);
   }
   void quiet() {
     watch = nullptr;
     link->reads = false;
     (*link)[M].onRootIs([this](Ptr<Entity> const& arrived) { mirror = Kro::ptrCast<RootConfigColl>(arrived); });
+    for (Side const side : {S, M}) {
+      states_[side] = (*link)[side].state();
+      (*link)[side].onStateIs(
+          [this, side, large = std::array<char, 64>()](LogConnection::State state) { states_[side] = state; });
+    }
   }
   template <class X>
   void observe(X& entity) {
@@ -104,7 +117,7 @@ class Memory : public LogTest {
     auto const changed = [&] { return act[0] == 'M' ? Dump::of(*mirror) : Dump::of(*root); };
     untouched_ = lack == never ? changed() : untouched_;
     auto step = steps.begin();
-    failAllocation(lack == never ? 0 : n, lack != once);
+    failAllocation(lack == never ? 0 : n, lack == once ? times : SIZE_MAX);
     try {
       for (; step != steps.end(); ++step) {
         (*step)();
@@ -118,6 +131,7 @@ class Memory : public LogTest {
       return failAllocation(0);
     }
     bool const hasFailed = failAllocation(0);
+    (*link)[S].sent(stuffed_);
     bool const isDone = step == steps.end();
     if (lack == never) {
       doneTold_ = told_;
@@ -141,6 +155,7 @@ class Memory : public LogTest {
       link->move();
     }
     expectEqual();
+    EXPECT_TRUE(states_[S] == (*link)[S].state() && states_[M] == (*link)[M].state()) << "told of each state";
     return hasFailed;
   }
 
@@ -183,7 +198,21 @@ class Memory : public LogTest {
       moves = pass(M) || moves;
     }
   }
+  void passHalf() {
+    halves_ = (*link)[S].pending();
+    (*link)[M].receive(halves_.first(halves_.size() / 2));
+  }
+  void passRest() {
+    (*link)[M].receive(halves_.subspan(halves_.size() / 2));
+    (*link)[S].sent(halves_.size());
+  }
   void flush() { (*link)[S].pending(); }
+  void flowOut() { (*link)[S].demuxer().reactor({11})->handleAttrFlowOut(0); }
+  void text() {
+    auto const from = acl(S);
+    EXPECT_EQ(Kro::strepToValue<Vorn::IpRuleConfig>(Kro::valueToStrep(rule(1))), rule(1));
+    EXPECT_TRUE(Kro::entityAtPath(root, from->fullName()));
+  }
   void create() {
     link = std::make_unique<Link>();
     quiet();
@@ -191,17 +220,21 @@ class Memory : public LogTest {
   void offer() { (*link)[M].rootOffer(mirror); }
   void attach() { (*link)[S].rootIs(root); }
   void detach() { (*link)[S].rootDel(root); }
-  void close() { (*link)[S].close("a reason that takes memory"); }
+  void close() noexcept { (*link)[S].close("a reason that takes memory"); }
   std::map<std::string, void (Memory::*)()> const deeds = {
       {"S>", &Memory::passS},          {"M>", &Memory::passM},      {"pieces", &Memory::passPieces},
       {"nested", &Memory::passNested}, {"move", &Memory::move},     {"throwing", &Memory::passThrowing},
-      {"flush", &Memory::flush},       {"create", &Memory::create}, {"offer", &Memory::offer},
-      {"attach", &Memory::attach},     {"detach", &Memory::detach}, {"close", &Memory::close}};
+      {"flush", &Memory::flush},       {"half", &Memory::passHalf}, {"rest", &Memory::passRest},
+      {"flowOut", &Memory::flowOut},   {"text", &Memory::text},     {"create", &Memory::create},
+      {"offer", &Memory::offer},       {"attach", &Memory::attach}, {"detach", &Memory::detach},
+      {"close", &Memory::close}};
 
   std::vector<Ptr<Kro::PtrInterface>> spies_;
-  std::span<std::uint8_t const> within_;
+  std::span<std::uint8_t const> within_, halves_;
   bool throws_ = false;
   std::size_t doneTold_ = 0;
+  LogConnection::State states_[2] = {};
+  std::size_t stuffed_ = 0;
   std::string untouched_, done_;
 };
 
@@ -243,20 +276,30 @@ TEST_F(Memory, LeavesNoDifferenceBetweenConnectedEnds) {
            {"r1=9 a8=0x m3=3", "nested"},
            {"r1=9 a8=0x m3=3", "throwing"},
            {"short kick=1 r1=9 r9=9 -r2 m1=9 a8=0x -k:k k:z=9 6/initialize c7=3 f7", "move"},
-           {"short kick=1 -a7 a7=0again -c6 c6=9 f6 -v v=w", "move"},
+           {"short kick=1 -a7 a7=0again", "move"},
+           {"short kick=1 -c6 c6=9 f6 -v v=w", "move"},
            {"deferred short kick=1 r1=9 -r2 a8=0x", "move"},
            {"k:" + longName + "=8 a8=0" + longName, "flush"},
            {"cut drop connect", "move"},
            {"cut r1=9 -r2 r3=3 -m1 a8=0x -k:k f6 connect", "move"},
-           {"m2=2 m3=3 move cut -m3 m4=4 connect until=B(11,262) step", "5v7/r1=9"},
+           {"m2=2 m3=3 move cut -m3 m4=4 connect until=B(11,262)", "5v7/r1=9"},
            {"M r1=8 -r2 a9=0m k:m=9 -k:k action=1 kick=2", "M> S>"},
            {"M short kick=1 M r1=8 -r2 a9=0m k:m=9 -k:k", "M> S> M> S>"},
            {"r1=9 a8=0x -m1 -v M r1=8 a8=0y m1=7 v=m", "S> M> S>"},
+           {"M short kick=1 S r1=9 r3=3", "half M5v7/r8=8 rest"},
+           {"", "text"},
            {"", "create offer attach"},
            {"", "detach close create offer attach"},
            {"", "c/c10=1 c/c11=1 c/c12=1 c/c13=1"}}) {
     play(before, act);
   }
+  for (room = 0; room < 300; room += WireHeader::size) {  // so that a marker is the one that finds no room
+    play("m3=3 move cut -m3 connect until=B(11,261)", "flush");
+    play("m3=3 move cut -m3 connect until=B(11,261)", "flowOut");
+  }
+  room = SIZE_MAX;
+  times = 2;
+  play("M -a7 a7=1other", "5v/-a7 M> S>");  // neither noted as removed nor marked
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "VornRootConfig/VornRootConfig.h"
 #include "runtime/reflection/Activity.h"
 #include "tests/runtime/reflection/Reflected.h"
+#include "tests/support/Allocations.h"
 #include "tests/support/Spies.h"
 
 namespace {
@@ -266,6 +267,15 @@ TEST_F(EntityReflectionTest, deferredChangesAreToldWhenTheSchedulerIsStepped) {
     EXPECT_EQ(journal.take(), row.told);
     EXPECT_EQ(object->actsm()->redispatches() - before, row.redispatches);
     EXPECT_FALSE(scheduler.step());
+  }
+  for (int i = 0; i < 200; ++i) {  // to wait takes no memory
+    ttl = static_cast<std::uint8_t>(ttl + 1);
+    auto const change = rule(ttl);
+    failAllocation(1, SIZE_MAX);
+    acl->ipRuleByIdIs(at(7), change);
+    failAllocation(0);
+    scheduler.run();
+    EXPECT_EQ(journal.take(), "R:261(7)") << i;
   }
 }
 
