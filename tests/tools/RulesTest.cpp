@@ -15,7 +15,7 @@ namespace {
 std::string linesOf(std::string const& text, bool skips = true) {
   try {
     Tools::Refusals refusals(skips);
-    Tools::Loader loader(true, refusals);
+    Tools::Loader loader(Tools::Expand::show, refusals);
     std::vector<std::string> notes;
     Tools::LoadedFile const& file = loader.add(Tools::readRules(text, "f", {}, refusals, notes));
     std::string lines;
@@ -40,7 +40,7 @@ TEST(AccessList, readsRulesOfEveryKind) {
       {"ip access-list n", "deny udp 192.0.2.9 0.0.0.3 gt 1023 198.51.100.0/24 lt bootps log-input",
        "1 n 10 deny 17 192.0.2.8/30 198.51.100.0/24 1024-65535 0-66 log\n"},
       {"ipv4 access-list n", "7 permit ipv4 192.0.2.1 0.0.4.2 10.0.0.255 0.255.255.0",
-       "f:2: this takes more than 65536 exact rules\n"},
+       "1 n 7 permit any 192.0.2.1&255.255.251.253 10.0.0.255&255.0.0.255 0-65535 0-65535\n"},
       {"ip access-list n", "7 permit ip 192.0.2.1 0.0.4.2 any fragments",
        "1 n 7 permit any 192.0.2.1&255.255.251.253 0.0.0.0/0 0-65535 0-65535 fragments\n"},
       {"ip access-list n", "permit tcp any any range ftp-data ftp established dscp af41 log",
@@ -55,6 +55,8 @@ TEST(AccessList, readsRulesOfEveryKind) {
       {"ip access-list n", "permit udp any any ttl gt 5", "f:2:21: a filter has no place for \"ttl\"\n"},
       {"ip access-list n", "permit ip any any nonsense",
        "f:2:20: found \"nonsense\", expected an option or the end of the line\n"},
+      {"ip access-list n", "permit udp any any eq dhcpv6-client",
+       "f:2:24: found \"dhcpv6-client\", expected a port, by its name or a number from 0 to 65535\n"},
       {"ip access-list standard n", "permit 192.0.2.1 log",
        "1 n 10 permit any 192.0.2.1/32 0.0.0.0/0 0-65535 0-65535 log\n"},
       {"ipv6 access-list n", "permit icmp 2001:db8::1/32 any nd-na sequence 5",
@@ -99,7 +101,7 @@ TEST(AccessList, stopsAtTheFirstPlaceThatIsNotAsItMustBe) {
        "9: found \"ip\", expected a sequence number, since the highest so far leaves no room for the next"},
   };
   for (auto const& c : cases) {
-    std::string const error = linesOf(std::string("ip access-list n\n ") + c.rule + '\n');
+    std::string const error = linesOf(std::string("ip access-list n\n ") + c.rule + '\n', false);
     EXPECT_EQ(error.substr(error.find(':', 2) + 1), c.error) << c.rule;
   }
   EXPECT_EQ(linesOf("mac access-list n\n permit 0000.5e00.530 0000.0000.0000 any"),
@@ -203,7 +205,7 @@ TEST(TreeText, readsBackAsItIsAndNotOtherwise) {
   Tools::Refusals refusals(false);
   std::vector<std::string> notes;
   auto const textOf = [&](std::string const& rules) {
-    Tools::Loader loader(true, refusals);
+    Tools::Loader loader(Tools::Expand::show, refusals);
     loader.add(Tools::readRules(rules, "f", {}, refusals, notes));
     std::string text;
     loader.appendText(text, [] {});

@@ -24,6 +24,7 @@ class VornaclTest : public testing::Test {
     write("dead", "ip access-list a\n permit ip any any\n deny tcp any any eq 80\n");
     write("other", "ip access-list b\n deny ip any any\n permit tcp any any eq 80\n");
     write("halves", "ip access-list a\n permit tcp any any lt 80\n permit tcp any any gt 80\n");
+    write("wide", "ip access-list a\n permit ip any 0.0.0.1 255.255.255.0\n");
     write("packets", "src=192.0.2.1 dst=192.0.2.2\nx\n");
     write("flags", "@0.0.0.0/0\t0.0.0.0/0\t0 : 65535\t0 : 65535\t0x06/0xFF\t0x0200/0x1200\t\n");
     write("secret", "");
@@ -66,6 +67,7 @@ TEST_F(VornaclTest, endsAsDocumentedAndSaysWhy) {
       {"load --skip tos", 0, "tos" + acl + "a: 1 rule\n",
        "vornacl: tos:3:20: left out: a filter has no place for \"tos\"\nvornacl: 1 rule left out\n"},
       {"load two", 4, "", "vornacl: two:2: this takes 2 exact rules (--expand)\n"},
+      {"load --expand wide", 4, "", "vornacl: wide:2: this takes more than 65536 exact rules\n"},
       {"load --json --expand two", 0,
        "{\"version\":1,\"event\":\"acl\",\"file\":\"two\",\"form\":\"accesslist\",\"path\":"
        "\"vornacl/chipRootConfig[0]/vornAclColl/acl[ipv4PAcl:0:in]\",\"type\":\"ip\",\"name\":\"a\",\"rules\":2}\n",

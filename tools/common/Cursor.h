@@ -18,7 +18,9 @@ class Cursor {
   bool atEnd() const { return at_ == line_.size(); }
   std::size_t position() const { return at_; }
   std::size_t lineNumber() const { return number_; }
-  std::string_view rest() const { return line_.substr(at_); }
+  std::string_view rest() const { return from(at_); }
+  /// What stands from a position on.
+  std::string_view from(std::size_t at) const { return line_.substr(at); }
 
   /// Reads exactly `wanted`, which `expected` describes.
   void skip(std::string_view wanted, char const* expected);

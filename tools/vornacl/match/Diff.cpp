@@ -13,6 +13,10 @@ namespace {
 
 using Indices = std::vector<std::uint32_t>;
 
+/// Of how many pairs of equal rules the longest run is looked for; where rules repeat themselves more often than that,
+/// all count as moved.
+constexpr std::size_t mostPairs = 4000000;
+
 /// What a rule does with the packets that it matches.
 std::string effectOf(MatchedRule const& rule) {
   return std::visit(
@@ -70,38 +74,53 @@ class Differ {
   }
 
  private:
-  /// Pairs equal rules, the first of several with the first; the rest is left in `onlyA_` and `onlyB_`.
+  /// Pairs equal rules: those of the longest run that stands in both lists in the same order stayed, others were moved,
+  /// the first with the first. The rest is left in `onlyA_` and `onlyB_`.
   void pairEqual() {
-    std::unordered_map<std::string, Indices> inB;
+    std::unordered_map<std::string, std::pair<Indices, Indices>> equal;  // of both lists, descending
+    for (auto i = static_cast<std::uint32_t>(a_.rules.size()); i-- > 0;) {
+      equal[identityOf(a_.rules[i])].first.push_back(i);
+    }
     for (auto i = static_cast<std::uint32_t>(b_.rules.size()); i-- > 0;) {
-      inB[identityOf(b_.rules[i])].push_back(i);
+      equal[identityOf(b_.rules[i])].second.push_back(i);
     }
-    std::vector<bool> isPaired(b_.rules.size());
+    std::vector<Indices const*> partners(a_.rules.size());
+    std::size_t count = 0;
+    for (auto const& [identity, of] : equal) {
+      for (std::uint32_t const i : of.first) {
+        partners[i] = &of.second;
+        count += of.second.size();
+      }
+    }
     std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs;
-    for (std::uint32_t i = 0; i < a_.rules.size(); ++i) {
-      auto const equal = inB.find(identityOf(a_.rules[i]));
-      if (equal == inB.end() || equal->second.empty()) {
-        onlyA_.push_back(i);
-        continue;
-      }
-      pairs.emplace_back(i, equal->second.back());
-      isPaired[equal->second.back()] = true;
-      equal->second.pop_back();
-    }
-    for (std::uint32_t i = 0; i < b_.rules.size(); ++i) {
-      if (!isPaired[i]) {
-        onlyB_.push_back(i);
+    for (std::uint32_t i = 0; count <= mostPairs && i < partners.size(); ++i) {
+      for (std::uint32_t const partner : *partners[i]) {
+        pairs.emplace_back(i, partner);
       }
     }
-    auto const stayed = ascending(pairs);
+    auto const isRun = ascending(pairs);
+    std::vector<bool> isPairedA(a_.rules.size());
+    std::vector<bool> isPairedB(b_.rules.size());
     for (std::size_t i = 0; i < pairs.size(); ++i) {
-      auto const [from, to] = pairs[i];
-      if (!stayed[i]) {
-        result_.differences.push_back({Difference::moved, {from}, {to}});
-      } else if (!(a_.rules[from].rule->position == b_.rules[to].rule->position)) {
-        ++result_.renumbered;
+      if (isRun[i]) {
+        auto const [from, to] = pairs[i];
+        isPairedA[from] = isPairedB[to] = true;
+        bool const isRenumbered = !(a_.rules[from].rule->position == b_.rules[to].rule->position);
+        result_.renumbered += isRenumbered ? 1U : 0U;
       }
     }
+    for (auto& [identity, of] : equal) {
+      auto& [fromA, fromB] = of;
+      std::erase_if(fromA, [&](std::uint32_t i) { return isPairedA[i]; });
+      std::erase_if(fromB, [&](std::uint32_t i) { return isPairedB[i]; });
+      for (; !fromA.empty() && !fromB.empty(); fromA.pop_back(), fromB.pop_back()) {
+        result_.differences.push_back({Difference::moved, {fromA.back()}, {fromB.back()}});
+      }
+      onlyA_.insert(onlyA_.end(), fromA.begin(), fromA.end());
+      onlyB_.insert(onlyB_.end(), fromB.begin(), fromB.end());
+    }
+    std::sort(onlyA_.begin(), onlyA_.end());
+    std::sort(onlyB_.begin(), onlyB_.end());
   }
 
   /// Of the rules that are left, joins those of both lists that cover each other; the others were removed or added.

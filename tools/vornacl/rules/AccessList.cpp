@@ -168,7 +168,8 @@ class Reader {
 
   void entry(Cursor& line) {
     static constexpr char const* expected = "\"permit\", \"deny\" or \"remark\"";
-    static constexpr std::string_view passedOver[] = {"remark", "statistics", "fragments", "ignore", "exit"};
+    static constexpr std::string_view passedOver[] = {"remark", "statistics", "counters",    "fragments",
+                                                      "ignore", "hardware",   "description", "exit"};
     std::size_t const start = line.position();
     if (!open_) {
       line.fail(start, "the name of an access-list before its rules");

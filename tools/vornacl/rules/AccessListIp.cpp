@@ -67,7 +67,7 @@ class IpReader {
     }
     auto const number = protocolNumber(name);
     if (!number) {
-      line_.fail(start, expected);
+      refuseName(line_, start, expected);
     }
     protocolIs(*number);
   }
@@ -137,6 +137,9 @@ class IpReader {
     if (auto const named = portNamed(line_.peek())) {
       line_.word(expected);
       return *named;
+    }
+    if (isName(line_.peek())) {
+      refuseName(line_, line_.position(), expected);
     }
     return static_cast<std::uint16_t>(numberWord(line_, maxPort, expected));
   }

@@ -62,26 +62,26 @@ std::optional<Bytes<n>> careOf(std::vector<Bytes<n>> const& values, Bytes<n> con
   return values.size() == std::size_t{1} << free ? std::optional(care) : std::nullopt;
 }
 
-/// ADDR/LEN or ADDR&CARE; empty where the prefixes are not the addresses of one.
-std::string addressesText(std::vector<Dorix::IpGenPrefix> prefixes) {
-  std::string text;
-  if (prefixes.size() == 1) {
-    prefixes[0].stringTo(text);
-    return text;
-  }
+/// The addresses that prefixes name together, if these are the addresses of one wildcard.
+std::optional<Wildcard> together(std::vector<Wildcard> const& prefixes) {
   std::vector<Dorix::IpBytes> values;
-  for (Dorix::IpGenPrefix const& prefix : prefixes) {
-    if (prefix.length() != prefixes[0].length()) {
-      return "";
+  for (Wildcard const& prefix : prefixes) {
+    if (prefix.care != prefixes[0].care) {
+      return std::nullopt;
     }
-    values.push_back(prefix.addressBytes());
+    values.push_back(prefix.value);
   }
-  auto const care = careOf(values, Wildcard::of(prefixes[0]).care);
-  if (!care) {
-    return "";
-  }
-  Dorix::IpFamily const family = prefixes[0].family();
-  return addressText(family, Wildcard::of(family, values[0], *care).value) + "&" + addressText(family, *care);
+  auto const care = careOf(values, prefixes[0].care);
+  return care ? std::optional(Wildcard::of(prefixes[0].family, values[0], *care)) : std::nullopt;
+}
+
+/// Sorts and drops what stands more than once.
+void makeDistinct(std::vector<Wildcard>& wildcards) {
+  auto const keyOf = [](Wildcard const& wildcard) { return std::pair(wildcard.value, wildcard.care); };
+  std::sort(wildcards.begin(), wildcards.end(), [&](auto& a, auto& b) { return keyOf(a) < keyOf(b); });
+  auto const end =
+      std::unique(wildcards.begin(), wildcards.end(), [&](auto& a, auto& b) { return keyOf(a) == keyOf(b); });
+  wildcards.erase(end, wildcards.end());
 }
 
 std::string portsText(std::vector<Vorn::L4PortRange> const& ranges) {
@@ -93,8 +93,8 @@ std::string portsText(std::vector<Vorn::L4PortRange> const& ranges) {
   return text;
 }
 
-void appendAttributes(std::string& text, Vorn::IpRuleConfig const& rule) {
-  Vorn::IpFilter const& filter = rule.filter();
+void appendAttributes(std::string& text, IpRule const& rule) {
+  Vorn::IpFilter const& filter = rule.config.filter();
   text += filter.established() ? " established" : "";
   if (filter.icmpType() != Vorn::IpFilter::icmpAll) {
     text += fmt::format(" icmp={}", filter.icmpType());
@@ -102,8 +102,8 @@ void appendAttributes(std::string& text, Vorn::IpRuleConfig const& rule) {
   }
   text += filter.matchDscp() ? fmt::format(" dscp={}", filter.dscp()) : "";
   text += filter.fragments() ? " fragments" : "";
-  text += rule.log() ? " log" : "";
-  if (std::string flags = flagNames(filter.tcpFlag().value()); !flags.empty()) {
+  text += rule.config.log() ? " log" : "";
+  if (std::string flags = flagNames(rule.flags.set); !flags.empty()) {
     std::transform(flags.begin(), flags.end(), flags.begin(), [](char c) { return c == '+' ? c : char(c | 0x20); });
     text += " tcpflags=" + flags;
   }
@@ -121,37 +121,54 @@ Vorn::IpRuleConfig commonOf(Vorn::IpRuleConfig rule) {
   return rule;
 }
 
-std::string appendIpLine(std::string& text, std::string const& start, std::vector<Vorn::IpRuleConfig> const& rules) {
-  std::vector<Dorix::IpGenPrefix> sources, destinations;
+/// The rule that was written as these exact rules, if they are all the choices from its lists.
+std::optional<IpRule> wholeRule(std::vector<Vorn::IpRuleConfig> const& rules, Dorix::IpFamily family) {
+  IpRule whole = IpRule::of(rules.at(0), family);
   Values<Vorn::L4PortRange> sports, dports;
-  Vorn::IpRuleConfig const common = commonOf(rules[0]);
-  for (Vorn::IpRuleConfig const& rule : rules) {
-    sources.push_back(rule.filter().source());
-    destinations.push_back(rule.filter().destination());
-    sports.add(rule.filter().sportRange());
-    dports.add(rule.filter().dportRange());
-    if (!(commonOf(rule) == common)) {
-      return severalMeanings;
+  for (Vorn::IpRuleConfig const& config : rules) {
+    IpRule const rule = IpRule::of(config, family);
+    whole.sources.push_back(rule.sources[0]);
+    whole.destinations.push_back(rule.destinations[0]);
+    sports.add(rule.sports[0]);
+    dports.add(rule.dports[0]);
+    if (!(commonOf(config) == commonOf(rules[0]))) {
+      return std::nullopt;
     }
   }
-  for (auto* const prefixes : {&sources, &destinations}) {
-    std::sort(prefixes->begin(), prefixes->end());
-    prefixes->erase(std::unique(prefixes->begin(), prefixes->end()), prefixes->end());
+  makeDistinct(whole.sources);
+  makeDistinct(whole.destinations);
+  auto const source = together(whole.sources);
+  auto const destination = together(whole.destinations);
+  std::size_t const choices = whole.sources.size() * whole.destinations.size() * sports.size() * dports.size();
+  if (!source || !destination || rules.size() != choices) {
+    return std::nullopt;
   }
-  std::string const from = addressesText(sources);
-  std::string const to = addressesText(destinations);
-  if (from.empty() || to.empty() ||
-      rules.size() != sources.size() * destinations.size() * sports.size() * dports.size()) {
-    return severalMeanings;
+  whole.sources = {*source};
+  whole.destinations = {*destination};
+  whole.sports = sports.all();
+  whole.dports = dports.all();
+  return whole;
+}
+
+/// ADDR/LEN or ADDR&CARE.
+std::string addressesText(Wildcard const& wildcard) {
+  if (auto const prefix = wildcard.prefix()) {
+    std::string text;
+    prefix->stringTo(text);
+    return text;
   }
-  Vorn::IpFilter const& filter = rules[0].filter();
+  return wildcardText(wildcard);
+}
+
+std::string appendIpLine(std::string& text, std::string const& start, IpRule const& rule) {
+  Vorn::IpFilter const& filter = rule.config.filter();
   if (filter.includeTtl()) {
     return "a canonical line has no place for the time to live";
   }
-  text += fmt::format("{} {} {} {} {} {} {}", start, stringValue(rules[0].action()).view(),
-                      filter.matchProto() ? std::to_string(filter.proto()) : "any", from, to, portsText(sports.all()),
-                      portsText(dports.all()));
-  appendAttributes(text, rules[0]);
+  text += fmt::format("{} {} {} {} {} {} {}", start, stringValue(rule.config.action()).view(),
+                      filter.matchProto() ? std::to_string(filter.proto()) : "any", addressesText(rule.sources[0]),
+                      addressesText(rule.destinations[0]), portsText(rule.sports), portsText(rule.dports));
+  appendAttributes(text, rule);
   text += '\n';
   return "";
 }
@@ -201,12 +218,17 @@ std::string appendLine(std::string& text, std::uint32_t index, LoadedRule const&
     return appendMacLine(text, fmt::format("{} {} {}", index, listText(*rule.acl), number),
                          rulesUnder<Vorn::MacRuleConfig>(rule.acl->macRuleByIdMap(), number));
   }
+  std::string const start = fmt::format("{} {} {}", index, listText(*rule.acl), number);
+  if (rule.tooWide) {
+    return appendIpLine(text, start, *rule.tooWide);
+  }
   auto const rules = rulesUnder<Vorn::IpRuleConfig>(rule.acl->ipRuleByIdMap(), number);
   if (form == Form::classBench) {
     appendCanonicalLine(text, index, rules.at(0));
     return "";
   }
-  return appendIpLine(text, fmt::format("{} {} {}", index, listText(*rule.acl), number), rules);
+  auto const whole = wholeRule(rules, familyOf(rule.acl->aclType()));
+  return whole ? appendIpLine(text, start, *whole) : severalMeanings;
 }
 
 bool haveOneLine(LoadedRule const& a, LoadedRule const& b) {

@@ -30,8 +30,8 @@ void store(Vorn::VornAcl& acl, Vorn::AceIndex const& at, Vorn::MacRuleConfig con
 
 }  // namespace
 
-Loader::Loader(bool expands, Refusals& refusals)
-    : expands_(expands), refusals_(refusals), tree_(Vorn::rootConfigCollFactory("vornacl")) {}
+Loader::Loader(Expand expand, Refusals& refusals)
+    : expand_(expand), refusals_(refusals), tree_(Vorn::rootConfigCollFactory("vornacl")) {}
 
 LoadedFile const& Loader::add(RuleSet const& set) {
   LoadedFile file{set.file, set.form, {}, {}};
@@ -56,7 +56,7 @@ void Loader::adopt(RuleSet const& set, LoadedFile& file) {
   tree_ = set.tree;
   file.acls = set.acls;
   for (ListedRule const& rule : set.rules) {
-    file.rules.push_back({set.acls[rule.list], rule.position, {set.file, rule.line, 0}});
+    file.rules.push_back({set.acls[rule.list], rule.position, {set.file, rule.line, 0}, std::nullopt});
   }
 }
 
@@ -88,20 +88,26 @@ Kro::Ptr<Vorn::VornAcl> Loader::newAcl(List const& list) {
 }
 
 void Loader::add(ListedRule const& rule, LoadedFile& file) {
-  Place const place{file.name, rule.line, 0};
+  LoadedRule loaded{file.acls[rule.list], rule.position, {file.name, rule.line, 0}, std::nullopt};
   auto const exact = [&](auto const& of) {
     auto rules = exactRules(of);
-    if (rules.rules.size() > 1 && !expands_) {
-      rules = {{}, fmt::format("this takes {} exact rules (--expand)", rules.rules.size())};
+    if constexpr (std::is_same_v<decltype(of), IpRule const&>) {
+      if (rules.areTooMany && expand_ == Expand::show && of.isOneLine()) {
+        loaded.tooWide = of;
+        return file.rules.push_back(std::move(loaded));
+      }
+    }
+    if (rules.rules.size() > 1 && expand_ == Expand::refuse) {
+      rules.whyNot = fmt::format("this takes {} exact rules (--expand)", rules.rules.size());
     }
     if (!rules.whyNot.empty()) {
-      return refusals_.add(place, rules.whyNot);
+      return refusals_.add(loaded.place, rules.whyNot);
     }
     std::uint32_t next = rule.position.subRuleId();
     for (auto const& config : rules.rules) {
-      store(*file.acls[rule.list], {rule.position.ruleId(), next++, rule.position.subIndex()}, config);
+      store(*loaded.acl, {rule.position.ruleId(), next++, rule.position.subIndex()}, config);
     }
-    file.rules.push_back({file.acls[rule.list], rule.position, place});
+    file.rules.push_back(std::move(loaded));
   };
   std::visit(exact, rule.rule);
 }

@@ -16,6 +16,15 @@ struct LoadedRule {
   Kro::Ptr<Vorn::VornAcl> acl;
   Vorn::AceIndex position;
   Place place;
+  /// A rule that takes too many exact ones, and is kept for its line alone.
+  std::optional<IpRule> tooWide;
+};
+
+/// What is done with a rule that takes several exact ones.
+enum class Expand {
+  refuse,
+  write,  ///< they are written; too many are refused
+  show,   ///< the same, but a rule that takes too many is kept, for a line that shows it
 };
 
 /// What was loaded of one file, in its order.
@@ -32,8 +41,7 @@ struct LoadedFile {
 /// follow it.
 class Loader {
  public:
-  /// `expands`: take rules that need several exact ones; they are refused otherwise.
-  Loader(bool expands, Refusals& refusals);
+  Loader(Expand expand, Refusals& refusals);
 
   /// Throws `BadData` for a tree behind other files.
   LoadedFile const& add(RuleSet const& set);
@@ -49,7 +57,7 @@ class Loader {
   Kro::Ptr<Vorn::VornAcl> newAcl(List const& list);
   void add(ListedRule const& rule, LoadedFile& file);
 
-  bool expands_;
+  Expand expand_;
   Refusals& refusals_;
   Tree tree_;
   Kro::Ptr<Vorn::RootConfig> chip_;

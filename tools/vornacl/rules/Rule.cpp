@@ -192,7 +192,8 @@ ExactRules<Vorn::IpRuleConfig> exactRules(IpRule const& rule) {
                                    rule.dports.size(), std::max<std::size_t>(rule.protocols.size(), 1)}) {
     count = std::min(count * std::min(factor, mostExactRules + 1), mostExactRules + 1);
   }
-  if (count > mostExactRules) {
+  if (result.whyNot.empty() && count > mostExactRules) {
+    result.areTooMany = true;
     result.whyNot = fmt::format("this takes more than {} exact rules", mostExactRules);
   }
   if (!result.whyNot.empty()) {
@@ -214,7 +215,7 @@ ExactRules<Vorn::IpRuleConfig> exactRules(IpRule const& rule) {
 ExactRules<Vorn::MacRuleConfig> exactRules(MacRule const& rule) {
   Vorn::MacFilter filter = rule.config.filter();
   if (filter.proto() == Vorn::MacFilter::protoAll || rule.protoCare == 0xffff) {
-    return {{rule.config}, ""};
+    return {{rule.config}, "", false};
   }
   ExactRules<Vorn::MacRuleConfig> result;
   std::uint32_t const free = ~std::uint32_t{rule.protoCare} & 0xffff;

@@ -51,6 +51,8 @@ struct IpRule {
   std::vector<std::uint8_t> protocols;
   TcpFlags flags;
 
+  /// Whether addresses and protocol are not lists.
+  bool isOneLine() const { return sources.size() == 1 && destinations.size() == 1 && protocols.empty(); }
   /// A rule that any packet of a family meets.
   static IpRule any(Dorix::IpFamily family);
   /// What a rule of the model matches. Layer-4 fields take part where `l4Rule` says so, an unset prefix is any address.
@@ -96,6 +98,7 @@ template <class Config>
 struct ExactRules {
   std::vector<Config> rules;
   std::string whyNot;
+  bool areTooMany = false;  ///< there are such rules, but more than a chip would take
 };
 ExactRules<Vorn::IpRuleConfig> exactRules(IpRule const& rule);
 ExactRules<Vorn::MacRuleConfig> exactRules(MacRule const& rule);

@@ -110,6 +110,17 @@ void refuseOption(Cursor const& line) {
   refuse(line, line.mismatch(line.position(), "an option or the end of the line"));
 }
 
+bool isName(std::string_view word) {
+  return !word.empty() && ((word[0] >= 'a' && word[0] <= 'z') || (word[0] >= 'A' && word[0] <= 'Z'));
+}
+
+void refuseName(Cursor const& line, std::size_t at, std::string_view expected) {
+  if (!isName(line.from(at))) {
+    line.fail(at, expected);
+  }
+  throw Refused{at + 1, line.mismatch(at, expected)};
+}
+
 void refuseGroup(Cursor const& line) {
   if (contains(groups, line.peek())) {
     refuse(line, fmt::format("\"{}\" names what stands elsewhere", line.peek()));

@@ -25,6 +25,11 @@ void skipQuoted(Cursor& line, char const* expected);
 [[noreturn]] void refuse(Cursor const& line, std::string reason);
 /// Refuses an option that is none of those that a filter holds.
 [[noreturn]] void refuseOption(Cursor const& line);
+/// Whether a word begins like a name.
+bool isName(std::string_view word);
+/// Refuses a word at `at`: a name that another reader may know, as those of new protocols and ports; what is no name
+/// is an error.
+[[noreturn]] void refuseName(Cursor const& line, std::size_t at, std::string_view expected);
 /// Refuses the next word where it announces the name of a group.
 void refuseGroup(Cursor const& line);
 

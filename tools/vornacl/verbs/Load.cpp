@@ -40,7 +40,7 @@ void tell(LoadedFile const& file, bool isJson, Output& output) {
 Exit load(LoadOptions options, Output& output) {
   options.read.loosens |= options.prints;  // flags are no part of the lines
   Refusals refusals(options.skips);
-  Loader loader(options.expands || options.prints, refusals);
+  Loader loader(options.prints ? Expand::show : options.expands ? Expand::write : Expand::refuse, refusals);
   for (std::string const& file : options.files) {
     LoadedFile const& loaded = loader.add(options.readFile(file, refusals));
     if (options.prints) {
