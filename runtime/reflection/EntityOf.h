@@ -16,7 +16,7 @@ class AdapterOf;
 }  // namespace NboAttrLog
 
 template <class X>
-class EntityGenericIfOf;
+class VORNACL_API EntityGenericIfOf;
 template <class X>
 class ReflectedEntityType;
 

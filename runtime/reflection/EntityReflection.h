@@ -8,6 +8,7 @@
 #include "runtime/entity/EntityOps.h"
 #include "runtime/log/EntityType.h"
 #include "runtime/reflection/Activity.h"
+#include "runtime/reflection/EntityOf.h"
 #include "runtime/reflection/Register.h"
 
 namespace Kro {

@@ -74,8 +74,11 @@ class Memory : public LogTest {
     (*link)[M].onRootIs([this](Ptr<Entity> const& arrived) { mirror = Kro::ptrCast<RootConfigColl>(arrived); });
     for (Side const side : {S, M}) {
       states_[side] = (*link)[side].state();
-      (*link)[side].onStateIs(
-          [this, side, large = std::array<char, 64>()](LogConnection::State state) { states_[side] = state; });
+      // too large for std::function to hold without memory
+      (*link)[side].onStateIs([this, side, large = std::array<char, 64>()](LogConnection::State state) {
+        static_cast<void>(large);
+        states_[side] = state;
+      });
     }
   }
   template <class X>
