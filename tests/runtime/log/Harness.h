@@ -64,7 +64,7 @@ inline std::string wire(std::string const& text) {
     std::istringstream words(message.substr(std::min(message.find(' '), message.size())));
     for (std::string word; words >> word;) {
       if (word[0] == '~') {
-        payload[payload.size() - std::stoul(word.substr(1))] = word.back();
+        payload[payload.size() - std::stoul(word.substr(1))] = static_cast<char>(word.back() - '0');
       } else {
         payload += field(word);
       }
@@ -298,6 +298,7 @@ class LogTest : public EntityTest {
         {"cut", [](LogTest& t, Side) { (*t.link)[S].close("cut"), (*t.link)[M].close("cut"); }},
         {"close", [](LogTest& t, Side side) { (*t.link)[side].close("enough"); }},
         {"throw", [](LogTest&, Side) { throw std::runtime_error("of an observer"); }},
+        {"offer", [](LogTest& t, Side side) { (*t.link)[side].rootOffer(t.mirror); }},
         {"drop", [](LogTest& t, Side) { t.watch = nullptr, t.mirror = nullptr; }},
         {"connect", [](LogTest& t, Side) { t.connect(); }}};
     auto const known = commands.find(word);

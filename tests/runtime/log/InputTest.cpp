@@ -168,6 +168,8 @@ TEST_F(Input, TakesUnknownEnumeratorsAndRefusesWhatElseIsUnknown) {
       {"the root once more", "(1,136,T,0,0) 'Vorn::RootConfigColl 'rcc 8:3; (7,260,F,1,0) 1:1", "5:active", ""},
       {"another root under its id", "(1,136,T,0,0) 'Vorn::RootConfigColl 'other 8:3", "",
        begin + "id 1, attribute 136: entity id 3: expected a new id of the peer, above 13"},
+      {"a root, with more behind it", "(1,136,T,0,0) 'Vorn::VornAclColl 'v 8:15 8:17", "",
+       begin + "id 1, attribute 136: bytes left over at the end of a root creation"},
       // Lists of attributes stand for the first child among them.
       {"list: creation", "(5,144,T,0,0) 2:12 2:5 4:263 4:261 4:262 4:7 'v 8:15", "6:aclColl", ""},
       {"list: creation with more behind it", "(5,144,T,0,0) 2:4 2:8 4:262 4:7 'v 1:9 1:9 1:9 8:15", "6:mapping", ""},
@@ -193,18 +195,65 @@ TEST_F(Input, TakesUnknownEnumeratorsAndRefusesWhatElseIsUnknown) {
 }
 
 TEST_F(Input, SyncModeIsTakenForItsConnection) {
-  start();
-  link->receive(M, wire("(11,135,T,0,0) 4:2"));
-  EXPECT_EQ(adapter(11)->syncMode(), Kro::StreamAdapter::syncModeWhole);
-  EXPECT_EQ(adapter(9)->syncMode(), Kro::StreamAdapter::syncModeOff);
-  watch->rethrows = true;
-  run("{5v7 throw }");
-  EXPECT_THROW(link->receive(M, wire("(11,135,T,0,0) 4:1")), std::runtime_error);
-  EXPECT_EQ(rulesOf(*acl()), "") << "what an observer throws ends no sweep";
-  run("M r9=9");
-  EXPECT_EQ(saidM(), "(11,261,T,0,0) 9.0.0 ttl=9") << "and silences nobody";
+  for (auto const& [begin, end] : {std::pair("B(11,261)", "E(11,261)"), {"(11,135,T,0,0) 4:2", "(11,135,T,0,0) 4:1"}}) {
+    SCOPED_TRACE(begin);
+    start();
+    link->inject(M, wire(begin));
+    EXPECT_EQ(adapter(9)->syncMode(), Kro::StreamAdapter::syncModeOff);
+    EXPECT_EQ(adapter(11)->syncMode(),
+              begin[0] == 'B' ? Kro::StreamAdapter::syncModeOff : Kro::StreamAdapter::syncModeWhole);
+    watch->rethrows = true;
+    run("{5v7 throw }");
+    EXPECT_THROW(link->inject(M, wire(end)), std::runtime_error);
+    EXPECT_EQ(rulesOf(*acl()), "") << "what an observer throws ends no sweep";
+    run("M r9=9");
+    EXPECT_EQ(saidM(), "(11,261,T,0,0) 9.0.0 ttl=9") << "and silences nobody";
+    EXPECT_EQ(link->tree.ends[M].applied, link->tree.ends[S].messages) << "and counts";
+  }
   link->receive(M, wire("(11,135,T,0,0) 4:3"));
   EXPECT_NE(lastError().find("SyncMode"), std::string::npos) << lastError();
+}
+
+TEST_F(Input, IsHeldAgainstWhatTheReaderSaid) {
+  for (auto const& [script, messages, error] : std::initializer_list<std::array<char const*, 3>>{
+           {"M a8=2m", "B(2,261)", "did not announce"},
+           {"M r1=3 r2=4 kick=1", "applied 8:1; applied 8:3; applied 8:3", ""},
+           {"M r1=3 r2=4 kick=1", "applied 8:2; applied 8:1", "the peer applied 1 messages, expected 2 to 3"},
+           {"M r1=3 r2=4 kick=1", "applied 8:2; applied 8:4", "the peer applied 4 messages, expected 2 to 3"},
+           {"M offer", "(1,136,T,0,0) 'Vorn::RootConfigColl 'rcc 8:15", "a root is attached twice: rcc"}}) {
+    SCOPED_TRACE(messages);
+    start();
+    run(script);
+    link->receive(M, wire(messages));
+    EXPECT_TRUE(*error != 0 ? lastError().find(error) != std::string::npos : lastError().empty()) << lastError();
+    expectValid();
+  }
+}
+
+TEST_F(Input, IsAnsweredOnceInAThousandMessages) {
+  start();
+  while (link->recorded(M).find("applied") == std::string::npos && link->tree.ends[S].messages < 2000) {
+    run("kick+1 move");
+  }
+  EXPECT_EQ(link->tree.ends[M].applied, 1024U);
+  EXPECT_EQ(link->tree.ends[S].messages, 1024U);
+}
+
+TEST_F(Input, RootsTakeAnOfferOnceAndALostConnectionTakesAll) {
+  start();
+  std::vector<Ptr<Entity>> arrived;
+  (*link)[M].onRootIs([&](Ptr<Entity> const& entity) { arrived.push_back(entity); });
+  auto const offered = Vorn::vornAclCollFactory("v");
+  std::uint32_t const held = offered->countWord();
+  (*link)[M].rootOffer(offered);
+  (*link)[M].rootOffer(offered);
+  link->receive(M, wire("(1,136,T,0,0) 'Vorn::VornAclColl 'v 8:15; (1,136,T,0,0) 'Vorn::VornAclColl 'v 8:17"));
+  ASSERT_EQ(arrived.size(), 2U);
+  EXPECT_TRUE(arrived[0] == offered && arrived[1] != offered);
+  (*link)[M].rootOffer(offered);
+  arrived.clear();
+  run("M close");
+  EXPECT_EQ(offered->countWord(), held);
 }
 
 TEST_F(Input, ReadOnlyEndsRefuse) {

@@ -168,6 +168,10 @@ TEST_F(Traces, SituationsBetweenTwoEnds) {
            rest,
        "5v7:ip(4.0.0) 5v7:ip(6.0.0) 5v7:ip(3.0.0) 5v7:ip(5.0.0) 5v7:ip(9.0.0) 5v7:ip(0.0.0) " + ip1 + " 5v7:ip(2.0.0)"},
       {"a reference that a mirror kept", "cut -f1 connect until=(7,267", "cross", "B(3,259); E(3,259)", "c:failed(1)"},
+      {"a key that waits at the mirror", "cut connect until=\"acl-a\" short cross M block r9=9 S until=E(3,259)",
+       "M free", "", "", "(11,261,T,0,0) 9.0.0 ttl=9"},
+      {"only what is below waits, with room", "", "deferred block r3=3 free kick+1",
+       "(11,261,T,0,0) 3.0.0 ttl=3; (7,265,F,4,0) 1", "5v7:ip(3.0.0) 5:kick"},
       // Both ends change the same: what the deciding end says stands.
       {"both set a value", "", "r1=10 M r1=20 cross", "(11,261,T,0,0) 1.0.0 ttl=10; (11,261,T,0,0) 1.0.0 ttl=20",
        ip1 + " " + ip1 + " " + ip1, "(11,261,T,0,0) 1.0.0 ttl=20"},
@@ -191,9 +195,9 @@ TEST_F(Traces, SituationsBetweenTwoEnds) {
        "(11,261,T,0,0) 2.0.0 ttl=22"},
       {"a configuration referred to, removed by the mirror", "-f1 move", "f5 M -c5 cross",
        "(3,259,T,0,0) 7; (3,-259,T,0,0) 1", "c:config(5) " + gone + " 5:mapping", "(3,-258,T,0,0) 5"},
-      {"instead of another one", "c8=1 f8 move", "f5 M -c5 cross", "(3,259,T,0,0) 7; (3,-259,T,0,0) 1",
+      {"instead of another one", "c8=1 f8 f6 move", "f5 M -c5 cross", "(3,259,T,0,0) 7; (3,-259,T,0,0) 1",
        "c:config(5) " + gone + " 5:mapping c:failed(1)", "(3,-258,T,0,0) 5"},
-      {"by the mirror, removed by the deciding end", "c8=1 f8 move", "-c5 M f5 cross",
+      {"by the mirror, removed by the deciding end", "c8=1 f8 f6 move", "-c5 M f5 cross",
        "(3,-258,T,0,0) 5; (3,259,T,0,0) 15", "c:failed(1) c:config(5) c:failed(1) " + gone + " 5:mapping",
        "(3,259,T,0,0) 7"},
       // Nothing crosses.

@@ -87,6 +87,27 @@ TEST_F(Transfers, ThatAreCutRemoveNothingAndTheNextOneRepairs) {
   expectEqual();
 }
 
+TEST_F(Transfers, OfTwoPeersIntoOneTreeAreDecidedByTheYounger) {
+  start();
+  auto sender = Vorn::rootConfigCollFactory("rcc");
+  Link second;
+  second[M].rootOffer(mirror);
+  second[S].rootIs(sender);
+  std::swap(root, sender);
+  run("c5=1 initialize a7=0acl-a r1=1 r2=2");
+  std::swap(root, sender);
+  second.move();
+  ASSERT_TRUE(second[M].demuxer().reactor({9}) != nullptr);
+  link->receive(M, wire("B(11,261)"));
+  EXPECT_EQ(marks(), 2);
+  second.receive(M, wire("B(9,261); (9,261,T,0,0) @1 R1"));
+  link->receive(M, wire("E(11,261)"));
+  EXPECT_EQ(acl()->ipRuleByIdSize(), 2U);
+  EXPECT_EQ(marks(), 1) << "of the younger one, still";
+  second.receive(M, wire("E(9,261)"));
+  EXPECT_EQ(acl()->ipRuleByIdSize(), 1U);
+}
+
 TEST_F(Transfers, OfAnotherTreeBringReferencesIntoIt) {
   start();
   auto const others = Vorn::rootConfigCollFactory("others");
@@ -99,6 +120,15 @@ TEST_F(Transfers, OfAnotherTreeBringReferencesIntoIt) {
   EXPECT_NE(link->lines(S).find("(3,259,T,0,0) 17; complete"), std::string::npos);
   ASSERT_EQ(first->chipRootConfigLastFailedSize(), 1U);
   EXPECT_TRUE(first->chipRootConfigLastFailed(1) == mirror->chipRootConfig(9));
+  // One of two that hold references goes; the other one hears of new targets as before.
+  auto const third = Vorn::rootConfigCollFactory("third");
+  root->chipRootConfigLastFailedIs(third->chipRootConfigIs(9, 7));
+  EXPECT_TRUE((*link)[S].rootDel(others));
+  (*link)[S].rootIs(third);
+  link->move();
+  EXPECT_TRUE(first->chipRootConfigLastFailed(7) == mirror->chipRootConfig(9));
+  adapterOf(*root->chipRootConfig(5))->doRemountSelf((*link)[S].out());
+  EXPECT_TRUE(adapterOf(*root->chipRootConfig(5)) && !adapterOf(*acl(S)) && !adapterOf(*at(S, "5p")));
 }
 
 TEST_F(Transfers, OfRootsOfEachType) {
@@ -126,8 +156,10 @@ TEST_F(Transfers, OfRootsOfEachType) {
     ASSERT_TRUE(arrived);
     EXPECT_EQ(Dump::of(*arrived), Dump::of(*sent));
     EXPECT_EQ(one.tree.dump(), Dump::of(*sent));
+    Ptr<Sa> const adapter = sent->kroNboAttrLogSa(Ptr<Kro::NboAttrLog::Out const>(one[S].out()));
     EXPECT_TRUE(one[S].rootDel(sent));
     EXPECT_FALSE(one[S].rootDel(sent));
+    EXPECT_EQ(adapter->countWord() & 0xffffU, 1U) << "nobody else holds it";
     one[S].out()->limitIs(1);
     one[S].out()->endIs(one[S].out()->room(1) + 1);
     one[S].rootIs(sent);
@@ -217,6 +249,9 @@ TEST_F(Transfers, CountWhatMerged) {
   EXPECT_EQ(stats.dirtyMarksPeak, 5U);
   EXPECT_EQ(stats.mergedChanges, 18U);
   run("free move");
+  EXPECT_EQ((*link)[S].stats().dirtyMarksPeak, 5U);
+  run("-a7 a7=0new M -a7 cross move S v=x M -v cross move S a8=0s M a8=0m cross move");
+  EXPECT_EQ((*link)[S].stats().droppedChanges, 3U);
   expectEqual();
 }
 
@@ -261,8 +296,10 @@ TEST_F(Transfers, EndAtALimitAndOnlyTheirConnection) {
   } const cases[] = {
       {&Limits::stringBytes, 20, "a8=0" + std::string(23, 'x'), "",
        at + "17 of the message: string of 23 bytes, the limit is 20"},
-      {&Limits::messageBytes, 100, "a8=0" + std::string(90, 'x'),
-       "writing acl of rcc/chipRootConfig[5]/vornAclColl: message of 115 payload bytes, the limit is 100", ""},
+      {&Limits::messageBytes, 115, "a8=0" + std::string(90, 'x'), "", ""},
+      {&Limits::messageBytes, 114, "a8=0" + std::string(90, 'x'),
+       "writing acl of rcc/chipRootConfig[5]/vornAclColl: message of 115 payload bytes, the limit is 114", ""},
+      {&Limits::entities, 7, "a8=0x", "", ""},
       {&Limits::entities, 6, "a8=0x", "", at + "26 of the message: more entities than the limit of 6"},
       {&Limits::nesting, 2, "", "",
        "received byte 398: entity rcc/chipRootConfig[5]/vornAclColl, attribute acl, byte 30 of the message: entities "
@@ -286,19 +323,42 @@ TEST_F(Transfers, EndAtALimitAndOnlyTheirConnection) {
     link->move();
     expectEqual();
   }
+  // Roots: three of 99 bytes where that is the limit, then one of 100, or one too many.
+  for (auto const& [length, entities, errorS, errorM] :
+       std::initializer_list<std::tuple<std::size_t, std::uint32_t, char const*, char const*>>{
+           {66, 3, "", ""}, {67, 3, "limit is 99", ""}, {66, 2, "", "more entities than the limit of 2"}}) {
+    Limits limits;
+    limits.messageBytes = 99;
+    limits.entities = entities;
+    Link limited({}, limits);
+    limited.move();
+    std::string errors;
+    for (std::size_t const n : {std::size_t{65}, std::size_t{66}, length}) {
+      errors += messageOf<Kro::Exception>(
+          [&] { limited[S].rootIs(Vorn::vornAclCollFactory(Kro::String8(std::string(n, 'x')))); });
+    }
+    limited.move();
+    EXPECT_NE((errors + limited.error(S)).find(errorS), std::string::npos) << errors + limited.error(S);
+    EXPECT_TRUE(*errorM != 0 ? limited.error(M).find(errorM) != std::string::npos : limited.error(M).empty())
+        << limited.error(M);
+  }
 }
 
 TEST_F(Transfers, SurviveWhatObserversThrowAndEndWhereTheyWant) {
-  start();
-  watch->rethrows = true;
-  run("{5v7 throw } r3=3 r4=4");
-  link->pull(S);
-  EXPECT_THROW(link->deliver(S), std::runtime_error);
-  EXPECT_EQ(acl()->ipRuleByIdSize(), 3U);
-  link->receive(M, "");
-  EXPECT_EQ(acl()->ipRuleByIdSize(), 4U) << "what stood behind it was kept";
-  run("move M -r3 move");
-  expectEqual();
+  for (std::size_t const first : {0U, 30U}) {  // of a message that comes in one piece or two
+    start();
+    watch->rethrows = true;
+    run("{5v7 throw } r3=3 r4=4");
+    link->pull(S);
+    link->deliver(S, first);
+    EXPECT_THROW(link->deliver(S), std::runtime_error);
+    EXPECT_EQ(acl()->ipRuleByIdSize(), 3U);
+    link->receive(M, "");
+    EXPECT_EQ(acl()->ipRuleByIdSize(), 4U) << "what stood behind it was kept";
+    run("move M -r3 move");
+    EXPECT_EQ(link->tree.ends[M].applied, link->tree.ends[S].messages);
+    expectEqual();
+  }
   run("{5v7 close } S r5=5 r6=6 step");
   EXPECT_EQ(link->error(M), "enough");
   EXPECT_EQ(acl()->ipRuleByIdSize(), 4U) << "the second message is not applied";
