@@ -138,7 +138,13 @@ TEST(ModelValues, HashAsTheReferenceDoes) {
                                            {"AclId", hashOf<Vorn::AclId>},
                                            {"AceIndex", hashOf<Vorn::AceIndex>},
                                            {"TcpFlag", hashOf<Vorn::IpFilter::TcpFlag>},
-                                           {"GenRange.port", of(Vorn::GenRange({80, 80}, {}, Vorn::portRange))},
+                                           {"GenRange.port",
+                                            [](Vector const& row) {
+                                              auto const end = [&](std::size_t i) {
+                                                return static_cast<std::uint16_t>(row.number(i));
+                                              };
+                                              return Vorn::GenRange({end(0), end(1)}, {}, Vorn::portRange).hash();
+                                            }},
                                            {"GenRange.unknown", of(Vorn::GenRange())},
                                            {"IpFilter.default", of(Vorn::IpFilter())},
                                            {"IpFilter.F", of(ip)},

@@ -88,6 +88,10 @@ TEST(RegistrationTest, aRegistryThatIsReadyLateGetsEveryTypeOnce) {
 TEST(RegistrationTest, handlesStandInTheirOrder) {
   // Placed again in the registry that is ready now: the type's handles are appended behind the empty ones.
   Kro::placeEntityType<Vorn::VornAcl>();
+  std::string const once = registeredTypes();
+  auto const type = Vorn::VornAcl::_fwkType();
+  Kro::KroType::typeNodeIs(type.get(), Kro::Name("Vorn::VornAcl"));
+  EXPECT_EQ(registeredTypes(), once) << "placed twice, listed once";
   std::string names;
   for (auto const& handle : Kro::attributeHandles<Vorn::VornAcl>()) {
     names += handle ? std::string(handle->name().view()) + ' ' : "";

@@ -8,6 +8,7 @@
 #include "runtime/collection/HashMap.h"
 #include "runtime/collection/RbTreeMap.h"
 #include "runtime/core/Exception.h"
+#include "tests/support/Allocations.h"
 
 namespace {
 
@@ -402,6 +403,27 @@ TEST(HashMap, LongChainsAreDroppedWithoutRecursion) {
     map.reset();
     EXPECT_EQ(IdMember::alive, 1) << "it keeps none alive";
   }
+}
+
+TEST(HashMap, GoesOnWithoutMemoryToGrowAndWithMembersThatComeWhileItEmpties) {
+  struct Inserting : IdMember {
+    Inserting(IdMap& map_, Id const& id) : IdMember(id), map(map_) {}
+    ~Inserting() override { insert(map, {0, 9}); }
+    IdMap& map;
+  };
+  IdMap map(2);
+  insert(map, {1, 1});
+  insert(map, {1, 2});
+  Ptr<IdMember> third = adopt(new Inserting(map, {3, 3}));
+  VornTest::failAllocation(1);
+  map.newMember(third);
+  EXPECT_TRUE(VornTest::failAllocation(0));
+  EXPECT_EQ(std::tuple(map.k(), map.size(), map.auditErrors(1)), std::tuple(1U, 3U, 0U));
+  EXPECT_TRUE((map[{3, 3}] == std::exchange(third, nullptr)));
+  insert(map, {2, 4});
+  EXPECT_EQ(map.k(), 2U) << "later it grows";
+  map.emptyAllBuckets();
+  EXPECT_EQ(std::pair(map.size(), IdMember::alive), std::pair(0U, 0));
 }
 
 TEST(HashMap, ViolatedPreconditionsChangeNothing) {

@@ -176,6 +176,30 @@ TEST_F(Dispatch, MemoryForATellingIsNotTakenByAnotherThatComesBefore) {
   }
 }
 
+TEST_F(Dispatch, MemoryThatAFailedChangeLeftIsNoRoomForMoreObservers) {
+  for (std::size_t failing = 1; failing <= 3; ++failing) {
+    Ptr<VornAcl> const acl = newAcl();
+    std::size_t told = 0;
+    std::vector<Ptr<AclSpy>> spies;
+    auto const observers = [&](std::size_t n) {
+      while (spies.size() < n) {
+        spies.push_back(quiet<AclSpy>(acl, told));
+      }
+    };
+    observers(9);
+    failAllocation(failing);
+    try {
+      acl->ipRuleByIdIs(at(1), logged());
+    } catch (std::bad_alloc const&) {
+    }
+    failAllocation(0);
+    observers(200);
+    told = 0;
+    acl->ipRuleByIdNotify(at(1));
+    EXPECT_EQ(told, 200U);
+  }
+}
+
 TEST_F(Dispatch, InADestructorLackOfMemoryEndsOneDispatchOnly) {
   for (std::size_t failing = 1; failing <= 4; ++failing) {
     SCOPED_TRACE(failing);

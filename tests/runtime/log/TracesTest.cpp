@@ -168,7 +168,7 @@ TEST_F(Traces, SituationsBetweenTwoEnds) {
            rest,
        "5v7:ip(4.0.0) 5v7:ip(6.0.0) 5v7:ip(3.0.0) 5v7:ip(5.0.0) 5v7:ip(9.0.0) 5v7:ip(0.0.0) " + ip1 + " 5v7:ip(2.0.0)"},
       {"a reference that a mirror kept", "cut -f1 connect until=(7,267", "cross", "B(3,259); E(3,259)", "c:failed(1)"},
-      {"a key that waits at the mirror", "cut connect until=\"acl-a\" short cross M block r9=9 S until=E(3,259)",
+      {"a key that waits at the mirror", "cut connect until=(7,261 short cross cross M block r9=9 S until=E(3,259)",
        "M free", "", "", "(11,261,T,0,0) 9.0.0 ttl=9"},
       {"only what is below waits, with room", "", "deferred block r3=3 free kick+1",
        "(11,261,T,0,0) 3.0.0 ttl=3; (7,265,F,4,0) 1", "5v7:ip(3.0.0) 5:kick"},

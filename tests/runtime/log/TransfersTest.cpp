@@ -248,7 +248,7 @@ TEST_F(Transfers, CountWhatMerged) {
   EXPECT_EQ(stats.dirtyMarks, 5U);
   EXPECT_EQ(stats.dirtyMarksPeak, 5U);
   EXPECT_EQ(stats.mergedChanges, 18U);
-  run("free move");
+  run("free move block kick=77 free move");
   EXPECT_EQ((*link)[S].stats().dirtyMarksPeak, 5U);
   run("-a7 a7=0new M -a7 cross move S v=x M -v cross move S a8=0s M a8=0m cross move");
   EXPECT_EQ((*link)[S].stats().droppedChanges, 3U);

@@ -264,8 +264,11 @@ TEST(AttributeOpsTest, errorsSayWhatWasAskedAndWhatWouldHaveBeenRight) {
             "no such attribute: GenRangeType in operation 0 of attribute 7 of Vorn::GenRangeType: expected attribute "
             "1"},
            {filter(true), 5, 128, range, none, "attempting to modify a const instance"}}) {
+    Kro::ReflectionPlace const outer(*typeOf("Vorn::ChipId"), {});
     auto const op = operation(row.attribute, row.opId);
     EXPECT_EQ(message([&] { row.object->attributeOp(op, row.index, row.arg); }), row.message);
+    EXPECT_EQ(message([] { Kro::throwTypeException("x"); }), "wrong type: x in the list constructor of Vorn::ChipId")
+        << "the outer place is back";
   }
   EXPECT_EQ(message([&] { typeOf("Vorn::ChipId")->genericIf(list("U16 1; U16 4").get(), false); }),
             "surplus argument: ChipId in the list constructor of Vorn::ChipId: expected (value)");

@@ -315,6 +315,12 @@ TEST_F(EntityReflectionTest, deferredDeliveryStandsOddUses) {
     scheduler.run();
     EXPECT_EQ(journal.take(), n == 7 ? "R:261(7) R:262(7)" : "R:261(8) R:262(8)");
   }
+  object = hear(acl);
+  object->activitySchedulerIs(&scheduler);
+  object->act = [&] { object = nullptr; };
+  change(10);
+  object->activitySchedulerIs(nullptr);  // delivers at once, and the handler drops it
+  EXPECT_EQ(journal.take(), "R:261(10) R:262(10)");
 }
 
 TEST_F(EntityReflectionTest, anObjectIsHandedOutAsItsOwnTypeAndAsItsBases) {

@@ -54,6 +54,7 @@ TEST(Text, OfBoolsAndDoubles) {
   for (char const* text : {"0.1", "-0", "1e+23", "5e-324", "1.7976931348623157e+308", "nan", "inf", "-inf"}) {
     EXPECT_EQ(reread<double>(text), text) << "is the shortest that reads back";
   }
+  EXPECT_EQ(Kro::valueToStrep(-std::numeric_limits<double>::quiet_NaN()), String8("nan"));
 }
 
 TEST(Text, OfStrings) {
