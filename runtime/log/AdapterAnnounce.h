@@ -154,14 +154,14 @@ void AdapterOf<X>::targetAnnounced(Entity const& target) {
   forEachEntityAttribute<X>([&](auto const& d) {
     using D = std::remove_cvref_t<decltype(d)>;
     if constexpr (D::kind == AttributeKind::references) {
-      bool const isStillToCome = !flow().template bit<D>() && !flow().template keys<D>().bookmark;
+      bool const isStillToCome = !flow().bit(d) && !flow().keys(d).bookmark;
       auto const* const typed = dynamic_cast<typename D::Element const*>(&target);
       if (typed == nullptr || isStillToCome) {
         return;
       }
       // Where the peer decides, what this end merely kept from before is for the transfer to repeat or to sweep, and an
       // entity of the peer's is no news to it.
-      auto const& keys = flow().template keys<D>();
+      auto const& keys = flow().keys(d);
       bool const isNews = isAnnouncer() || (keys.isConfirmed && childAdapter(d, *typed)->isAnnouncer());
       auto const key = D::Record::KroHashLink::keyOfReferenced(*typed);
       auto const* const entry = (entity().*(d.field)).find(key);
@@ -179,7 +179,7 @@ void AdapterOf<X>::targetRetired(EntityId id, Entity const& target) {
     using D = std::remove_cvref_t<decltype(d)>;
     if constexpr (D::kind == AttributeKind::references) {
       if (auto const* const typed = dynamic_cast<typename D::Element const*>(&target)) {
-        auto& gone = flow().template keys<D>().goneTargets;
+        auto& gone = flow().keys(d).goneTargets;
         gone.emplace_back(id, D::Record::KroHashLink::keyOfReferenced(*typed));
         if (gone.size() > most) {
           gone.pop_front();

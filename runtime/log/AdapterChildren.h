@@ -26,7 +26,7 @@ bool AdapterOf<X>::isOvertaken(D const& d, typename D::Key const& key) {
   if (!isAnnouncer()) {
     return false;
   }
-  auto& keys = flow().template keys<D>();
+  auto& keys = flow().keys(d);
   std::uint64_t const known = streamDemuxer()->peerApplied();
   keys.forgetRemovals(known);
   auto const isKey = [&](auto const& removal) { return removal.first == key; };
@@ -49,7 +49,7 @@ bool AdapterOf<X>::isChildOvertaken(D const& d) {
   if (!isAnnouncer()) {
     return false;
   }
-  if (flow().template bit<D>() || flow().template keys<D>().lastWord > streamDemuxer()->peerApplied()) {
+  if (flow().bit(d) || flow().keys(d).lastWord > streamDemuxer()->peerApplied()) {
     return true;
   }
   auto const& child = entity().*(d.field);
@@ -200,7 +200,7 @@ void AdapterOf<X>::deserializeChild(D const& d, bool removal, In& in, bool given
       ++streamDemuxer()->stats().droppedChanges;
     } else {
       takeBit(d);
-      flow().template removalOwedIs<D>(false);
+      flow().removalOwedIs(d, false);
       (entity().*(d.del))();
     }
     return;
@@ -229,7 +229,7 @@ void AdapterOf<X>::deserializeChild(D const& d, bool removal, In& in, bool given
     bool isOvertaken() const { return self.isChildOvertaken(d); }
     void voidOwn() const {
       self.takeBit(d);
-      self.flow().template removalOwedIs<D>(false);
+      self.flow().removalOwedIs(d, false);
     }
     void create() const {
       // What the end of a replaced child sets off must not meet this message half applied.

@@ -12,13 +12,10 @@ namespace Kro::NboAttrLog {
 /// without memory brings about, begins again when its turn comes.
 template <class X>
 void AdapterOf<X>::abortTransfer() {
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (isKeyed<D>) {
-      if (auto& bookmark = flow().template keys<D>().bookmark) {
-        sendTransactionMarker(D::id, transactionAbort, 0);
-        bookmark.reset();
-      }
+  forEachKeyed<X>([&](auto const& d) {
+    if (auto& bookmark = flow().keys(d).bookmark) {
+      sendTransactionMarker(d.id, transactionAbort, 0);
+      bookmark.reset();
     }
   });
 }
@@ -50,7 +47,7 @@ template <class X>
 template <class D>
 bool AdapterOf<X>::walkWhole(D const& d) {
   using Iterator = typename D::MapType::Iterator;
-  auto& keys = flow().template keys<D>();
+  auto& keys = flow().keys(d);
   auto& map = entity().*(d.field);
   if (!keys.bookmark) {
     abortTransfer();
@@ -78,14 +75,14 @@ bool AdapterOf<X>::walkWhole(D const& d) {
     }
   }
   sendTransactionMarker(D::id, transactionEnd, 0);
-  flow().template bitIs<D>(true);
+  flow().bitIs(d, true);
   return true;
 }
 
 template <class X>
 template <class D>
 bool AdapterOf<X>::walkDirtyKeys(D const& d) {
-  auto& dirty = flow().template keys<D>().dirty;
+  auto& dirty = flow().keys(d).dirty;
   while (dirty.size() != 0) {
     if (!continueFlowOut()) {
       return false;
@@ -102,7 +99,7 @@ bool AdapterOf<X>::walkDirtyKeys(D const& d) {
 template <class X>
 template <class D>
 bool AdapterOf<X>::writeCollection(D const& d) {
-  return (flow().template bit<D>() || walkWhole(d)) && walkDirtyKeys(d);
+  return (flow().bit(d) || walkWhole(d)) && walkDirtyKeys(d);
 }
 
 /// Writes what waits of a collection. Outside a flow-out only where that may be written out of the queue's turn; what
@@ -123,7 +120,7 @@ bool AdapterOf<X>::serializeCollection(D const& d) {
       flow().attrIdIs(D::id);
       writeCollection(d);
   }
-  bool const isWritten = flow().template bit<D>() && flow().template keys<D>().dirty.size() == 0;
+  bool const isWritten = flow().bit(d) && flow().keys(d).dirty.size() == 0;
   if (flow().hasDirtyAttributes()) {
     queueFlowOut();
   }
@@ -146,7 +143,7 @@ bool AdapterOf<X>::flowOutAttribute(D const& d, AttributeId from, AttributeId& r
       if (!serializeCollection(d)) {
         return false;
       }
-    } else if (flow().template bit<D>()) {
+    } else if (flow().bit(d)) {
       if constexpr (D::kind == AttributeKind::child) {
         handleChild(d);
       } else {
@@ -179,26 +176,14 @@ AttributeId AdapterOf<X>::handleAttrFlowOut(AttributeId from) {
 template <class X>
 void AdapterOf<X>::freeResyncState(FlowOut& flowOut) {
   auto& typed = static_cast<Flow&>(flowOut);
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (isKeyed<D>) {
-      if (D::id == typed.attrId()) {
-        typed.template keys<D>().bookmark.reset();
-      }
-    }
-  });
+  withKeyed<X>(typed.attrId(), [&](auto const& d) { typed.keys(d).bookmark.reset(); });
 }
 
 template <class X>
 unsigned AdapterOf<X>::audit() const {
   unsigned errors = KroNboAttrLogSa::audit();
   if (flowOut() != nullptr) {
-    forEachEntityAttribute<X>([&](auto const& d) {
-      using D = std::remove_cvref_t<decltype(d)>;
-      if constexpr (isKeyed<D>) {
-        errors += flow().template keys<D>().dirty.auditErrors(0);
-      }
-    });
+    forEachKeyed<X>([&](auto const& d) { errors += flow().keys(d).dirty.auditErrors(0); });
     // What is dirty must wait somewhere, but for an entity that is still to be announced.
     errors += flow().hasDirtyAttributes() && waiting().since == 0 && !is(noIdBit) ? 1U : 0U;
   }

@@ -154,7 +154,7 @@ template <class D>
 void AdapterOf<X>::peerWroteKey(D const& d, typename D::Key const& key) {
   if (!isAnnouncer()) {
     takeKey(d, key);
-    if (auto& exempt = flow().template keys<D>().exempt; !exempt.empty()) {
+    if (auto& exempt = flow().keys(d).exempt; !exempt.empty()) {
       exempt.erase(key);
     }
     repeated(d, key);
@@ -263,7 +263,7 @@ void AdapterOf<X>::deserializeReference(D const& d, bool removal, In& in, bool g
 template <class X>
 template <class D>
 void AdapterOf<X>::missReference(D const& d, EntityId id) {
-  auto const& gone = flow().template keys<D>().goneTargets;
+  auto const& gone = flow().keys(d).goneTargets;
   auto const found = std::find_if(gone.begin(), gone.end(), [&](auto const& target) { return target.first == id; });
   if (!isAnnouncer()) {
     if (found != gone.end()) {

@@ -98,6 +98,8 @@ class AdapterOf : public Entity::KroNboAttrLogSa {
   }
 
   // --- handlers: what the entity tells ---
+  template <class Mark, class Write>
+  void writeOrMark(AttributeId id, Mark const& mark, Write const& writeNow);
   template <class D>
   void handleScalar(D const& d);
   template <class D>

@@ -28,8 +28,8 @@ void AdapterOf<X>::write(MsgHeader const& header, Fields const&... fields) {
 
 template <class X>
 template <class D>
-void AdapterOf<X>::markKey(D const&, typename D::Key const& key, bool removalOwed) noexcept {
-  auto& keys = flow().template keys<D>();
+void AdapterOf<X>::markKey(D const& d, typename D::Key const& key, bool removalOwed) noexcept {
+  auto& keys = flow().keys(d);
   try {
     auto const place = keys.dirty.locate(key);
     streamDemuxer()->dirtyMark(place.member() == nullptr);
@@ -49,30 +49,30 @@ void AdapterOf<X>::markKey(D const&, typename D::Key const& key, bool removalOwe
       keys.bookmark.reset();
       flow().pendingAbortIs(D::id);
     }
-    flow().template bitIs<D>(false);
+    flow().bitIs(d, false);
   }
   queueFlowOut();
 }
 
 template <class X>
 template <class D>
-void AdapterOf<X>::markBit(D const&) noexcept {
-  streamDemuxer()->dirtyMark(flow().template mark<D>());
+void AdapterOf<X>::markBit(D const& d) noexcept {
+  streamDemuxer()->dirtyMark(flow().mark(d));
   queueFlowOut();
 }
 
 template <class X>
 template <class D>
-void AdapterOf<X>::takeBit(D const&) {
-  if (flow().template unmark<D>()) {
+void AdapterOf<X>::takeBit(D const& d) {
+  if (flow().unmark(d)) {
     streamDemuxer()->dirtyUnmark();
   }
 }
 
 template <class X>
 template <class D>
-DirtyMark AdapterOf<X>::takeKey(D const&, typename D::Key const& key) {
-  auto& dirty = flow().template keys<D>().dirty;
+DirtyMark AdapterOf<X>::takeKey(D const& d, typename D::Key const& key) {
+  auto& dirty = flow().keys(d).dirty;
   if (dirty.size() == 0) {
     return {false, false};
   }
@@ -90,7 +90,7 @@ void AdapterOf<X>::wroteKey(D const& d, typename D::Key const& key) {
   if (isAnnouncer()) {
     return;
   }
-  auto& exempt = flow().template keys<D>().exempt;
+  auto& exempt = flow().keys(d).exempt;
   if (exempt.insert_or_assign(key, streamDemuxer()->sent()).second && exempt.size() % 1024 == 0) {
     forgetKnown(exempt);
   }
@@ -104,37 +104,45 @@ void AdapterOf<X>::marksGone() {
     return;
   }
   streamDemuxer()->dirtyUnmark(flow().dirtyMarks());
-  forEachEntityAttribute<X>([&](auto const& d) {
-    if constexpr (isKeyed<std::remove_cvref_t<decltype(d)>>) {
-      clearSweepMarks(d);
-    }
-  });
+  forEachKeyed<X>([&](auto const& d) { clearSweepMarks(d); });
 }
 
 // --- handlers ---
+
+/// Does what every handler does: writes where that may be done now, else marks. Without memory for the message the
+/// change is marked, too, and the flow-out stops.
+template <class X>
+template <class Mark, class Write>
+void AdapterOf<X>::writeOrMark(AttributeId id, Mark const& mark, Write const& writeNow) {
+  switch (permissionToWrite(id)) {
+    case Permission::ignore:
+      return;
+    case Permission::mark:
+      mark();
+      return;
+    case Permission::write:
+      break;
+  }
+  try {
+    writeNow();
+  } catch (std::bad_alloc const&) {
+    mark();
+    flow().suspend();
+  }
+}
 
 template <class X>
 template <class D>
 void AdapterOf<X>::handleScalar(D const& d) {
   using Type = typename D::Type;
-  switch (permissionToWrite(D::id)) {
-    case Permission::ignore:
-      return;
-    case Permission::mark:
-      markBit(d);
-      return;
-    case Permission::write:
-      break;
-  }
   // A bool and a counter tell their size in the header; other types carry their own structure.
   constexpr bool isSized = std::is_same_v<Type, bool> || D::kind == AttributeKind::counter;
-  try {
-    write(headerOf(D::id, !isSized, isSized ? sizeof(Type) : 0), (entity().*(d.get))());
-    takeBit(d);
-  } catch (std::bad_alloc const&) {
-    markBit(d);
-    flow().suspend();
-  }
+  writeOrMark(
+      D::id, [&] { markBit(d); },
+      [&] {
+        write(headerOf(D::id, !isSized, isSized ? sizeof(Type) : 0), (entity().*(d.get))());
+        takeBit(d);
+      });
 }
 
 template <class X>
@@ -149,21 +157,15 @@ void AdapterOf<X>::handleChild(D const& d) {
     bindChild(*child);
     return;
   }
-  bool owed = flow().template removalOwed<D>() || !child;
-  switch (permissionToWrite(D::id)) {
-    case Permission::ignore:
-      return;
-    case Permission::mark:
-      flow().template removalOwedIs<D>(owed);
-      markBit(d);
-      return;
-    case Permission::write:
-      break;
-  }
-  takeBit(d);
-  flow().template removalOwedIs<D>(false);
-  try {
-    auto& lastWord = flow().template keys<D>().lastWord;
+  bool owed = flow().removalOwed(d) || !child;
+  auto const mark = [&] {
+    flow().removalOwedIs(d, owed);
+    markBit(d);
+  };
+  writeOrMark(D::id, mark, [&] {
+    takeBit(d);
+    flow().removalOwedIs(d, false);
+    auto& lastWord = flow().keys(d).lastWord;
     if (owed) {
       write(headerOf(-D::id, false));
       lastWord = streamDemuxer()->sent();
@@ -173,11 +175,7 @@ void AdapterOf<X>::handleChild(D const& d) {
       announce(d, *child);
       lastWord = streamDemuxer()->sent();
     }
-  } catch (std::bad_alloc const&) {
-    flow().template removalOwedIs<D>(owed);
-    markBit(d);
-    flow().suspend();
-  }
+  });
 }
 
 template <class X>
@@ -228,46 +226,29 @@ void AdapterOf<X>::serializeValue(D const& d, typename D::Key const& key, typena
 template <class X>
 template <class D, class Find>
 void AdapterOf<X>::serializeFound(D const& d, typename D::Key const& key, Find const& find) {
-  switch (permissionToWrite(D::id)) {
-    case Permission::ignore:
-      return;
-    case Permission::mark:
-      markKey(d, key, false);
-      return;
-    case Permission::write:
-      break;
-  }
-  takeKey(d, key);
-  try {
-    if (typename D::Element const* const value = find()) {
-      entity().kroCountRead();
-      write(headerOf(D::id, true), key, *value);
-    } else {
-      write(headerOf(-D::id, true), key);
-    }
-    wroteKey(d, key);
-  } catch (std::bad_alloc const&) {
-    markKey(d, key, false);
-    flow().suspend();
-  }
+  writeOrMark(
+      D::id, [&] { markKey(d, key, false); },
+      [&] {
+        takeKey(d, key);
+        if (typename D::Element const* const value = find()) {
+          entity().kroCountRead();
+          write(headerOf(D::id, true), key, *value);
+        } else {
+          write(headerOf(-D::id, true), key);
+        }
+        wroteKey(d, key);
+      });
 }
 
 template <class X>
 template <class D>
 void AdapterOf<X>::serializeEntity(D const& d, typename D::Key const& key, Ptr<typename D::Element> const& member) {
-  switch (permissionToWrite(D::id)) {
-    case Permission::ignore:
-      return;
-    case Permission::mark:
-      markKey(d, key, !member);
-      return;
-    case Permission::write:
-      break;
-  }
-  bool owed = takeKey(d, key).removalOwed || !member;
-  try {
+  bool owed = !member;
+  auto const mark = [&] { markKey(d, key, owed); };
+  writeOrMark(D::id, mark, [&] {
+    owed = takeKey(d, key).removalOwed || owed;
     if (owed) {
-      auto& keys = flow().template keys<D>();
+      auto& keys = flow().keys(d);
       decltype(keys.removals) removal;
       if (isAnnouncer()) {
         removal.emplace_back(key, 0);  // before the message, which must not be written and forgotten
@@ -284,27 +265,16 @@ void AdapterOf<X>::serializeEntity(D const& d, typename D::Key const& key, Ptr<t
       announce(d, *member);
     }
     wroteKey(d, key);
-  } catch (std::bad_alloc const&) {
-    markKey(d, key, owed);
-    flow().suspend();
-  }
+  });
 }
 
 template <class X>
 template <class D>
 void AdapterOf<X>::serializeReference(D const& d, typename D::Key const& key,
                                       Ptr<typename D::Element const> const& target) {
-  switch (permissionToWrite(D::id)) {
-    case Permission::ignore:
-      return;
-    case Permission::mark:
-      markKey(d, key, false);
-      return;
-    case Permission::write:
-      break;
-  }
-  takeKey(d, key);
-  try {
+  auto const mark = [&] { markKey(d, key, false); };
+  writeOrMark(D::id, mark, [&] {
+    takeKey(d, key);
     Ptr<KroNboAttrLogSa> const known = target ? childAdapter(d, *target) : nullptr;
     if (known && (known->is(announcedBit) || !known->isAnnouncer())) {
       entity().kroCountRead();
@@ -314,10 +284,7 @@ void AdapterOf<X>::serializeReference(D const& d, typename D::Key const& key,
       write(headerOf(-D::id, true), key);
     }
     wroteKey(d, key);
-  } catch (std::bad_alloc const&) {
-    markKey(d, key, false);
-    flow().suspend();
-  }
+  });
 }
 
 }  // namespace Kro::NboAttrLog

@@ -16,11 +16,7 @@ template <class X>
 void AdapterOf<X>::deserializeSyncMode(In& in) {
   SyncMode const mode = SyncModeInstance(in.nextU32());
   if (mode == syncModeWhole) {
-    forEachEntityAttribute<X>([&](auto const& d) {
-      if constexpr (isKeyed<std::remove_cvref_t<decltype(d)>>) {
-        countBegin(d);
-      }
-    });
+    forEachKeyed<X>([&](auto const& d) { countBegin(d); });
   }
   startApplying(in);
   syncModeIs(mode);
@@ -37,17 +33,14 @@ void AdapterOf<X>::syncModeIs(SyncMode mode) {
   FlowIn const* const open = streamDemuxer()->flowIn(entityId());
   AttributeId const transferred = open != nullptr ? open->aid() : 0;
   detail::HeldBack thrown;
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (isKeyed<D>) {
-      if (!isRegistered() || D::id == transferred) {
-        return;
-      }
-      if (mode == syncModeWhole) {
-        markForSweep(d);
-      } else {
-        sweep(d, thrown);
-      }
+  forEachKeyed<X>([&](auto const& d) {
+    if (!isRegistered() || d.id == transferred) {
+      return;
+    }
+    if (mode == syncModeWhole) {
+      markForSweep(d);
+    } else {
+      sweep(d, thrown);
     }
   });
   thrown.release();
@@ -70,7 +63,7 @@ void AdapterOf<X>::markForSweep(D const& d) {
       at->sweepDel(D::id);  // of another connection: the younger one decides
     }
   }
-  auto& keys = flow().template keys<D>();
+  auto& keys = flow().keys(d);
   forgetKnown(keys.exempt);
   // The transfer may have begun before the peer knew of what this end wrote or is about to write, and it does not
   // repeat the members that this end announced.
@@ -97,7 +90,7 @@ void AdapterOf<X>::markForSweep(D const& d) {
 template <class X>
 template <class D>
 void AdapterOf<X>::repeated(D const& d, typename D::Key const& key) {
-  if (!flow().template keys<D>().isMarked) {
+  if (!flow().keys(d).isMarked) {
     return;
   }
   if (auto* const record = (entity().*(d.field)).find(key)) {
@@ -108,7 +101,7 @@ void AdapterOf<X>::repeated(D const& d, typename D::Key const& key) {
 template <class X>
 template <class D>
 void AdapterOf<X>::clearSweepMarks(D const& d) {
-  if (std::exchange(flow().template keys<D>().isMarked, false)) {
+  if (std::exchange(flow().keys(d).isMarked, false)) {
     for (auto& record : entity().*(d.field)) {
       clearSweepMark(record);
     }
@@ -121,9 +114,9 @@ template <class D>
 void AdapterOf<X>::sweep(D const& d, detail::HeldBack& thrown) {
   Ptr<KroNboAttrLogSa> const held = share<KroNboAttrLogSa>(this);
   X& swept = entity();
-  flow().template keys<D>().isConfirmed = true;
-  flow().template keys<D>().begins = 0;
-  auto const isMarked = [&] { return isRegistered() && flow().template keys<D>().isMarked; };
+  flow().keys(d).isConfirmed = true;
+  flow().keys(d).begins = 0;
+  auto const isMarked = [&] { return isRegistered() && flow().keys(d).isMarked; };
   isSweepingIs(true);
   using Iterator = typename D::MapType::Iterator;
   for (Iterator at = isMarked() ? Iterator(swept.*(d.field)) : Iterator(); at && isMarked(); at.advance()) {
@@ -135,7 +128,7 @@ void AdapterOf<X>::sweep(D const& d, detail::HeldBack& thrown) {
   }
   isSweepingIs(false);
   if (isRegistered()) {
-    flow().template keys<D>().isMarked = false;
+    flow().keys(d).isMarked = false;
   }
 }
 
@@ -144,7 +137,7 @@ template <class X>
 template <class D>
 void AdapterOf<X>::countBegin(D const& d) {
   constexpr unsigned most = 8;
-  if (flow().template keys<D>().begins++ == most) {
+  if (flow().keys(d).begins++ == most) {
     throw AttrLogEntityException(String8(d.name) +
                                  format(": a transfer begins after %u others that have no end", most));
   }
@@ -155,25 +148,19 @@ void AdapterOf<X>::handleAttrTransaction(AttributeId id, AttrTransactionType typ
   Demuxer& demuxer = *streamDemuxer();
   FlowIn* const open = demuxer.flowIn(entityId());
   detail::HeldBack thrown;
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (isKeyed<D>) {
-      if (D::id != id) {
-        return;
+  withKeyed<X>(id, [&](auto const& d) {
+    if (type == transactionBegin) {
+      countBegin(d);
+      demuxer.applyingIs(true);
+      if (open != nullptr && open->aid() != id) {
+        sweepDel(open->aid());
       }
-      if (type == transactionBegin) {
-        countBegin(d);
-        demuxer.applyingIs(true);
-        if (open != nullptr && open->aid() != id) {
-          sweepDel(open->aid());
-        }
-        demuxer.flowInIs(entityId()).aidIs(id);
-        markForSweep(d);
-      } else if (type == transactionEnd && open != nullptr && open->aid() == id) {
-        demuxer.applyingIs(true);
-        open->handlingTransactionIs(true);
-        sweep(d, thrown);
-      }
+      demuxer.flowInIs(entityId()).aidIs(id);
+      markForSweep(d);
+    } else if (type == transactionEnd && open != nullptr && open->aid() == id) {
+      demuxer.applyingIs(true);
+      open->handlingTransactionIs(true);
+      sweep(d, thrown);
     }
   });
   // The sweep may have ended the connection, or the transfer.
@@ -189,14 +176,7 @@ void AdapterOf<X>::sweepDel(AttributeId id) {
   if (FlowIn const* const open = streamDemuxer()->flowIn(entityId()); open != nullptr && open->aid() == id) {
     streamDemuxer()->flowInDel(entityId());
   }
-  forEachEntityAttribute<X>([&](auto const& d) {
-    using D = std::remove_cvref_t<decltype(d)>;
-    if constexpr (isKeyed<D>) {
-      if (D::id == id) {
-        clearSweepMarks(d);
-      }
-    }
-  });
+  withKeyed<X>(id, [&](auto const& d) { clearSweepMarks(d); });
 }
 
 }  // namespace Kro::NboAttrLog

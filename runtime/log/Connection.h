@@ -4,6 +4,20 @@
 // reports with `sent` how many it moved: over a socket in any event loop, a pipe, a file, or a test. Ask `pending`
 // again whenever entities changed, and after `receive`. Not locked: a connection and the entities it mirrors belong to
 // one thread.
+//
+// The words of this folder
+//  announce   write the creation message of an entity; whoever does, its announcer, decides where both ends write
+//  spent      an id that was given once, taken or ignored, and is never given again
+//  mark       a change that waits: the bit of a scalar or single child, the key of a collection
+//  owed       the removal that must be written before anything new under its key
+//  word       the last message of an end about a key or child; overtaken: the other end's stands, this one is dropped
+//  exempt     a key that this end wrote into an entity of the peer's, which no transfer sweeps before the peer knows it
+//  transfer   a whole collection between two markers; its bookmark is the key at which it goes on
+//  sweep      remove at the end of a transfer what it did not repeat
+//  yield      let the flow-out of a child that was just announced go first
+//  held, muted, silent   not writing: by the state word, with its handlers off, by its owner, who has changes marked
+//  given      an input that is read past, not applied: the value that stands here is written instead
+//  retired    off the stream for good; messages to it are skipped
 #pragma once
 
 #include <functional>

@@ -92,6 +92,26 @@ constexpr unsigned toldBefore(AttributeId id) {
 
 }  // namespace detail
 
+/// Calls `f(descriptor)` for each keyed attribute of `X`, in id order.
+template <class X, class F>
+void forEachKeyed(F const& f) {
+  forEachEntityAttribute<X>([&](auto const& d) {
+    if constexpr (isKeyed<std::remove_cvref_t<decltype(d)>>) {
+      f(d);
+    }
+  });
+}
+
+/// Calls `f(descriptor)` for the keyed attribute of `X` with this id, if there is one.
+template <class X, class F>
+void withKeyed(AttributeId id, F const& f) {
+  forEachKeyed<X>([&](auto const& d) {
+    if (d.id == id) {
+      f(d);
+    }
+  });
+}
+
 template <class X>
 class FlowOutOf : public FlowOut {
  public:
@@ -100,7 +120,7 @@ class FlowOutOf : public FlowOut {
     forEachEntityAttribute<X>([&](auto const& d) {
       using D = std::remove_cvref_t<decltype(d)>;
       if constexpr (isTold<D>) {
-        bitIs<D>((D::id >= from) != isKeyed<D>);
+        bitIs(d, (D::id >= from) != isKeyed<D>);
       }
     });
   }
@@ -113,12 +133,12 @@ class FlowOutOf : public FlowOut {
   }
   /// Sets or clears the dirty bit of a scalar or child, or the has-synced bit of a collection.
   template <class D>
-  void bitIs(bool on) {
+  void bitIs(D const&, bool on) {
     bits_ = on ? bits_ | bitOf<D>() : bits_ & ~bitOf<D>();
   }
   /// Sets the dirty bit of a scalar or child that changed; true where it was not set.
   template <class D>
-  bool mark() {
+  bool mark(D const&) {
     std::uint32_t const isNew = bitOf<D>() & ~bits_;
     bits_ |= isNew;
     marks_ |= isNew;
@@ -126,32 +146,32 @@ class FlowOutOf : public FlowOut {
   }
   /// Clears the dirty bit of a scalar or child; true where a change had set it.
   template <class D>
-  bool unmark() {
+  bool unmark(D const&) {
     bool const wasMarked = (marks_ & bitOf<D>()) != 0;
     bits_ &= ~bitOf<D>();
     marks_ &= ~bitOf<D>();
     return wasMarked;
   }
   template <class D>
-  bool bit() const {
+  bool bit(D const&) const {
     return (bits_ & bitOf<D>()) != 0;
   }
   /// A single child was removed while nothing could be written: its removal goes before its creation.
   template <class D>
-  void removalOwedIs(bool owed) {
+  void removalOwedIs(D const&, bool owed) {
     owed_ = owed ? owed_ | bitOf<D>() : owed_ & ~bitOf<D>();
   }
   template <class D>
-  bool removalOwed() const {
+  bool removalOwed(D const&) const {
     return (owed_ & bitOf<D>()) != 0;
   }
 
   template <class D>
-  auto& keys() {
+  auto& keys(D const&) {
     return std::get<AttributeFlowOut<D>>(attributes_).keys;
   }
   template <class D>
-  auto const& keys() const {
+  auto const& keys(D const&) const {
     return std::get<AttributeFlowOut<D>>(attributes_).keys;
   }
 
@@ -160,9 +180,9 @@ class FlowOutOf : public FlowOut {
     forEachEntityAttribute<X>([&](auto const& d) {
       using D = std::remove_cvref_t<decltype(d)>;
       if constexpr (isKeyed<D>) {
-        dirty = dirty || !bit<D>() || keys<D>().dirty.size() != 0;
+        dirty = dirty || !bit(d) || keys(d).dirty.size() != 0;
       } else if constexpr (isTold<D>) {
-        dirty = dirty || bit<D>();
+        dirty = dirty || bit(d);
       }
     });
     return dirty;
@@ -171,12 +191,7 @@ class FlowOutOf : public FlowOut {
   /// Number of keys and attributes that changed and wait.
   std::uint64_t dirtyMarks() const {
     auto n = static_cast<std::uint64_t>(std::popcount(marks_));
-    forEachEntityAttribute<X>([&](auto const& d) {
-      using D = std::remove_cvref_t<decltype(d)>;
-      if constexpr (isKeyed<D>) {
-        n += keys<D>().dirty.size();
-      }
-    });
+    forEachKeyed<X>([&](auto const& d) { n += keys(d).dirty.size(); });
     return n;
   }
 
