@@ -53,14 +53,17 @@ class VORNACL_API GenRange : public Kro::Value<GenRange> {
 struct GenRange::Attributes {
   using T = GenRange;
   static constexpr std::string_view typeName = "Vorn::GenRange";
-  static constexpr auto all =
-      Kro::list(Kro::stored(2, "l4PortRange", &T::l4PortRange_), Kro::stored(3, "ipGenPrefix", &T::ipGenPrefix_),
-                Kro::stored(4, "genRangeType", &T::genRangeType_), Kro::function(5, "isAny", &T::isAny),
-                Kro::function(6, "contains", &T::contains, "gr"),
-                Kro::function(7, "partiallyOverlaps", &T::partiallyOverlaps, "gr"),
-                Kro::function(8, "stringValue", &T::stringValue), Kro::function(9, "hash", &T::hash),
-                Kro::function(10, "lessThan", &T::lessThan, "b"));
+  static constexpr auto all = std::tuple{
+      Kro::fixed(2, "l4PortRange", &T::l4PortRange_),
+      Kro::fixed(3, "ipGenPrefix", &T::ipGenPrefix_),
+      Kro::fixed(4, "genRangeType", &T::genRangeType_),
+      Kro::function(5, "isAny", &T::isAny),
+      Kro::function(6, "contains", &T::contains, "gr"),
+      Kro::function(7, "partiallyOverlaps", &T::partiallyOverlaps, "gr"),
+      Kro::function(8, "stringValue", &T::stringValue),
+      Kro::function(9, "hash", &T::hash),
+      Kro::function(10, "lessThan", &T::lessThan, "b"),
+  };
 };
-static_assert(Kro::isWhollyDescribed<GenRange>());
 
 }  // namespace Vorn

@@ -47,12 +47,15 @@ class VORNACL_API L4PortRange : public Kro::Value<L4PortRange> {
 struct L4PortRange::Attributes {
   using T = L4PortRange;
   static constexpr std::string_view typeName = "Vorn::L4PortRange";
-  static constexpr auto all = Kro::list(
-      Kro::stored(2, "rangeStart", &T::rangeStart_), Kro::stored(3, "rangeEnd", &T::rangeEnd_),
-      Kro::function(4, "isAny", &T::isAny), Kro::function(5, "partiallyOverlaps", &T::partiallyOverlaps, "pr"),
-      Kro::function(6, "contains", &T::contains, "pr"), Kro::function(7, "stringValue", &T::stringValue),
-      Kro::function(8, "hash", &T::hash));
+  static constexpr auto all = std::tuple{
+      Kro::fixed(2, "rangeStart", &T::rangeStart_),
+      Kro::fixed(3, "rangeEnd", &T::rangeEnd_),
+      Kro::function(4, "isAny", &T::isAny),
+      Kro::function(5, "partiallyOverlaps", &T::partiallyOverlaps, "pr"),
+      Kro::function(6, "contains", &T::contains, "pr"),
+      Kro::function(7, "stringValue", &T::stringValue),
+      Kro::function(8, "hash", &T::hash),
+  };
 };
-static_assert(Kro::isWhollyDescribed<L4PortRange>());
 
 }  // namespace Vorn

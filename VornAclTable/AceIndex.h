@@ -37,11 +37,14 @@ class VORNACL_API AceIndex : public Kro::Value<AceIndex> {
 struct AceIndex::Attributes {
   using T = AceIndex;
   static constexpr std::string_view typeName = "Vorn::AceIndex";
-  static constexpr auto all =
-      Kro::list(Kro::constant(2, "ruleInvalid", T::ruleInvalid), Kro::stored(3, "ruleId", &T::ruleId_),
-                Kro::stored(4, "subRuleId", &T::subRuleId_), Kro::stored(5, "subIndex", &T::subIndex_),
-                Kro::function(6, "toStr", &T::toStr), Kro::function(7, "hash", &T::hash));
+  static constexpr auto all = std::tuple{
+      Kro::constant(2, "ruleInvalid", T::ruleInvalid),
+      Kro::fixed(3, "ruleId", &T::ruleId_),
+      Kro::fixed(4, "subRuleId", &T::subRuleId_),
+      Kro::fixed(5, "subIndex", &T::subIndex_),
+      Kro::function(6, "toStr", &T::toStr),
+      Kro::function(7, "hash", &T::hash),
+  };
 };
-static_assert(Kro::isWhollyDescribed<AceIndex>());
 
 }  // namespace Vorn

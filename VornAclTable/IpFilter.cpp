@@ -27,25 +27,6 @@ void appendFlags(std::string& text, std::uint32_t value) {
 
 }  // namespace
 
-void IpFilter::TcpFlag::throwOutOfRange() { Kro::throwRangeException("TcpFlag::value > 0x3f not allowed"); }
-
-IpFilter::IpFilter() = default;
-void IpFilter::dscpIs(std::uint8_t v) {
-  if (v == dscp_) {
-    return;
-  }
-  checkDscp(v);
-  dscp_ = v;
-}
-
-void IpFilter::checkDscp(std::uint8_t v) {
-  if (v > 63) {
-    Kro::throwRangeException("IpFilter::dscp < 0 or > 63 not allowed");
-  }
-}
-
-void IpFilter::check() const { checkDscp(dscp_); }
-
 void IpFilter::checkFromLog() const { tcpFlag_.check(); }
 
 bool IpFilter::fin() const { return tcpFlag_.fin(); }

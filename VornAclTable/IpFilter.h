@@ -21,46 +21,60 @@ class VORNACL_API IpFilter : public Kro::Value<IpFilter> {
   static constexpr std::uint8_t icmpCodeLen = 8;
   static constexpr std::uint8_t icmpLen = 16;
 
-  IpFilter();
+  IpFilter() = default;
   IpFilter(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readRecord(it, end); }
   IpFilter(Kro::NboAttrLog::In* in, Kro::StreamBogon) { readLog(*in); }
 
   Dorix::IpGenPrefix const& source() const { return source_; }
+  void sourceIs(Dorix::IpGenPrefix const& v) { source_ = v; }
+
   Dorix::IpGenPrefix const& destination() const { return destination_; }
+  void destinationIs(Dorix::IpGenPrefix const& v) { destination_ = v; }
+
   bool fragments() const { return fragments_; }
+  void fragmentsIs(bool v) { fragments_ = v; }
+
   /// Differentiated services code point (RFC 2474), 0 to 63.
   std::uint8_t dscp() const { return dscp_; }
-  bool matchDscp() const { return matchDscp_; }
-  Dorix::IpProto proto() const { return proto_; }
-  bool matchProto() const { return matchProto_; }
-  L4PortRange sportRange() const { return sportRange_; }
-  L4PortRange dportRange() const { return dportRange_; }
-  std::uint8_t ttl() const { return ttl_; }
-  bool includeTtl() const { return includeTtl_; }
-  inline TcpFlag tcpFlag() const;
-  bool established() const { return established_; }
-  /// ICMP type (RFC 792, RFC 4443), 0 to 255, or `icmpAll`.
-  std::uint16_t icmpType() const { return icmpType_; }
-  std::uint16_t icmpCode() const { return icmpCode_; }
-  bool l4Rule() const { return l4Rule_; }
-
-  void sourceIs(Dorix::IpGenPrefix const& v) { source_ = v; }
-  void destinationIs(Dorix::IpGenPrefix const& v) { destination_ = v; }
-  void fragmentsIs(bool v) { fragments_ = v; }
   /// Throws `RangeException` for a value above 63 unless it is the present one; the old value stands then.
-  void dscpIs(std::uint8_t v);
+  void dscpIs(std::uint8_t v) { setInRange(dscp_, v); }
+
+  bool matchDscp() const { return matchDscp_; }
   void matchDscpIs(bool v) { matchDscp_ = v; }
+
+  Dorix::IpProto proto() const { return proto_; }
   void protoIs(Dorix::IpProto v) { proto_ = v; }
+
+  bool matchProto() const { return matchProto_; }
   void matchProtoIs(bool v) { matchProto_ = v; }
+
+  L4PortRange sportRange() const { return sportRange_; }
   void sportRangeIs(L4PortRange v) { sportRange_ = v; }
+
+  L4PortRange dportRange() const { return dportRange_; }
   void dportRangeIs(L4PortRange v) { dportRange_ = v; }
+
+  std::uint8_t ttl() const { return ttl_; }
   void ttlIs(std::uint8_t v) { ttl_ = v; }
+
+  bool includeTtl() const { return includeTtl_; }
   void includeTtlIs(bool v) { includeTtl_ = v; }
+
+  inline TcpFlag tcpFlag() const;
   /// Stores the whole flag set without a check.
   void tcpFlagIs(TcpFlag const& v);
+
+  bool established() const { return established_; }
   void establishedIs(bool v) { established_ = v; }
+
+  /// ICMP type (RFC 792, RFC 4443), 0 to 255, or `icmpAll`.
+  std::uint16_t icmpType() const { return icmpType_; }
   void icmpTypeIs(std::uint16_t v) { icmpType_ = v; }
+
+  std::uint16_t icmpCode() const { return icmpCode_; }
   void icmpCodeIs(std::uint16_t v) { icmpCode_ = v; }
+
+  bool l4Rule() const { return l4Rule_; }
   void l4RuleIs(bool v) { l4Rule_ = v; }
 
   /// The flags of `tcpFlag` (RFC 9293, section 3.1).
@@ -82,8 +96,6 @@ class VORNACL_API IpFilter : public Kro::Value<IpFilter> {
   /// The text people read, as "(sip=10.0.0.0/8, dip=, sport=[0], dport=[80], proto=6, tcp=-S----)".
   Kro::String8 toStr() const;
 
-  /// Throws `RangeException` where `dscp` is above 63.
-  void check() const;
   /// What is checked of a filter from the attribute log: the TCP flags, not `dscp`.
   void checkFromLog() const;
 
@@ -94,7 +106,6 @@ class VORNACL_API IpFilter : public Kro::Value<IpFilter> {
  private:
   /// Write constraints of the embedded `tcpFlag`: there are none.
   void tcpFlagDoEmbeddedWriteConstraints() {}
-  static void checkDscp(std::uint8_t v);
   void flagIs(void (TcpFlag::*set)(bool), bool v);
 
  public:
@@ -107,7 +118,11 @@ class VORNACL_API IpFilter : public Kro::Value<IpFilter> {
 
     constexpr TcpFlag() = default;
     /// Throws `RangeException` for a value above 63.
-    constexpr explicit TcpFlag(std::uint32_t value) : value_(checked(value)) {}
+    constexpr explicit TcpFlag(std::uint32_t value) : value_(value) {
+      if (value > max) {
+        check();
+      }
+    }
     TcpFlag(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) { readRecord(it, end); }
     /// Reads the value without a check.
     TcpFlag(Kro::NboAttrLog::In* in, Kro::StreamBogon) : value_(in->nextU32()) {}
@@ -126,8 +141,6 @@ class VORNACL_API IpFilter : public Kro::Value<IpFilter> {
     void ackIs(bool v) { bitIs(4, v); }
     void urgIs(bool v) { bitIs(5, v); }
 
-    /// Throws `RangeException` where `value` is above 63.
-    void check() const { checked(value_); }
     /// An embedded flag set is hashed by its value.
     void mixInto(Kro::Hash& hash) const { hash.mixInteger(value_, 4); }
 
@@ -136,10 +149,6 @@ class VORNACL_API IpFilter : public Kro::Value<IpFilter> {
     struct Attributes;
 
    private:
-    static constexpr std::uint32_t checked(std::uint32_t value) {
-      return value <= max ? value : (throwOutOfRange(), value);
-    }
-    [[noreturn]] static void throwOutOfRange();
     bool bit(unsigned n) const { return ((value_ >> n) & 1U) != 0; }
     void bitIs(unsigned n, bool v) { value_ = v ? value_ | (1U << n) : value_ & ~(1U << n); }
 
@@ -182,41 +191,60 @@ struct IpFilter::TcpFlag::Attributes {
   using T = TcpFlag;
   using Within = IpFilter;
   static constexpr std::string_view typeName = "Vorn::IpFilter::TcpFlag";
-  static constexpr auto all = Kro::list(
-      Kro::bit(2, "fin", &T::fin, &T::finIs), Kro::bit(3, "syn", &T::syn, &T::synIs),
-      Kro::bit(4, "rst", &T::rst, &T::rstIs), Kro::bit(5, "psh", &T::psh, &T::pshIs),
-      Kro::bit(6, "ack", &T::ack, &T::ackIs), Kro::bit(7, "urg", &T::urg, &T::urgIs),
-      Kro::stored(8, "value", &T::value_), Kro::constant(9, "fin_", T::fin_), Kro::constant(10, "syn_", T::syn_),
-      Kro::constant(11, "rst_", T::rst_), Kro::constant(12, "psh_", T::psh_), Kro::constant(13, "ack_", T::ack_),
-      Kro::constant(14, "urg_", T::urg_), Kro::constant(15, "kroUniversal", T::kroUniversal),
-      Kro::constant(16, "kroEmpty", T::kroEmpty), Kro::function(0, "hash", &T::hash));
+  static constexpr auto all = std::tuple{
+      Kro::bit(2, "fin", &T::fin, &T::finIs),
+      Kro::bit(3, "syn", &T::syn, &T::synIs),
+      Kro::bit(4, "rst", &T::rst, &T::rstIs),
+      Kro::bit(5, "psh", &T::psh, &T::pshIs),
+      Kro::bit(6, "ack", &T::ack, &T::ackIs),
+      Kro::bit(7, "urg", &T::urg, &T::urgIs),
+      Kro::fixed(8, "value", &T::value_, Kro::atMost(T::max, "TcpFlag::value > 0x3f not allowed")),
+      Kro::constant(9, "fin_", T::fin_),
+      Kro::constant(10, "syn_", T::syn_),
+      Kro::constant(11, "rst_", T::rst_),
+      Kro::constant(12, "psh_", T::psh_),
+      Kro::constant(13, "ack_", T::ack_),
+      Kro::constant(14, "urg_", T::urg_),
+      Kro::constant(15, "kroUniversal", T::kroUniversal),
+      Kro::constant(16, "kroEmpty", T::kroEmpty),
+      Kro::function(0, "hash", &T::hash),
+  };
 };
-static_assert(Kro::isWhollyDescribed<IpFilter::TcpFlag>());
 
 struct IpFilter::Attributes {
   using T = IpFilter;
   static constexpr std::string_view typeName = "Vorn::IpFilter";
-  static constexpr auto all = Kro::list(
+  static constexpr auto all = std::tuple{
       Kro::stored(2, "source", &T::source_, &T::sourceIs),
       Kro::stored(3, "destination", &T::destination_, &T::destinationIs),
-      Kro::stored(4, "fragments", &T::fragments_, &T::fragmentsIs), Kro::stored(5, "dscp", &T::dscp_, &T::dscpIs),
-      Kro::stored(6, "matchDscp", &T::matchDscp_, &T::matchDscpIs), Kro::stored(7, "proto", &T::proto_, &T::protoIs),
+      Kro::stored(4, "fragments", &T::fragments_, &T::fragmentsIs),
+      Kro::stored(5, "dscp", &T::dscp_, &T::dscpIs, Kro::atMost(63)),
+      Kro::stored(6, "matchDscp", &T::matchDscp_, &T::matchDscpIs),
+      Kro::stored(7, "proto", &T::proto_, &T::protoIs),
       Kro::stored(8, "matchProto", &T::matchProto_, &T::matchProtoIs),
       Kro::stored(9, "sportRange", &T::sportRange_, &T::sportRangeIs),
-      Kro::stored(10, "dportRange", &T::dportRange_, &T::dportRangeIs), Kro::stored(11, "ttl", &T::ttl_, &T::ttlIs),
+      Kro::stored(10, "dportRange", &T::dportRange_, &T::dportRangeIs),
+      Kro::stored(11, "ttl", &T::ttl_, &T::ttlIs),
       Kro::stored(12, "includeTtl", &T::includeTtl_, &T::includeTtlIs),
-      Kro::stored(13, "tcpFlag", &T::tcpFlag_, &T::tcpFlagIs), Kro::computed(14, "fin", &T::fin, &T::finIs),
-      Kro::computed(15, "syn", &T::syn, &T::synIs), Kro::computed(16, "rst", &T::rst, &T::rstIs),
-      Kro::computed(17, "psh", &T::psh, &T::pshIs), Kro::computed(18, "ack", &T::ack, &T::ackIs),
-      Kro::computed(19, "urg", &T::urg, &T::urgIs), Kro::stored(20, "established", &T::established_, &T::establishedIs),
+      Kro::stored(13, "tcpFlag", &T::tcpFlag_, &T::tcpFlagIs),
+      Kro::computed(14, "fin", &T::fin, &T::finIs),
+      Kro::computed(15, "syn", &T::syn, &T::synIs),
+      Kro::computed(16, "rst", &T::rst, &T::rstIs),
+      Kro::computed(17, "psh", &T::psh, &T::pshIs),
+      Kro::computed(18, "ack", &T::ack, &T::ackIs),
+      Kro::computed(19, "urg", &T::urg, &T::urgIs),
+      Kro::stored(20, "established", &T::established_, &T::establishedIs),
       Kro::stored(21, "icmpType", &T::icmpType_, &T::icmpTypeIs),
-      Kro::stored(22, "icmpCode", &T::icmpCode_, &T::icmpCodeIs), Kro::constant(23, "icmpAll", T::icmpAll),
-      Kro::constant(24, "icmpTypeLen", T::icmpTypeLen), Kro::constant(25, "icmpCodeLen", T::icmpCodeLen),
-      Kro::constant(26, "icmpLen", T::icmpLen), Kro::stored(27, "l4Rule", &T::l4Rule_, &T::l4RuleIs),
+      Kro::stored(22, "icmpCode", &T::icmpCode_, &T::icmpCodeIs),
+      Kro::constant(23, "icmpAll", T::icmpAll),
+      Kro::constant(24, "icmpTypeLen", T::icmpTypeLen),
+      Kro::constant(25, "icmpCodeLen", T::icmpCodeLen),
+      Kro::constant(26, "icmpLen", T::icmpLen),
+      Kro::stored(27, "l4Rule", &T::l4Rule_, &T::l4RuleIs),
       Kro::function(28, "toStr", &T::toStr),
       Kro::function(29, "convertProtoEnumToValue", &T::convertProtoEnumToValue, "x"),
-      Kro::function(30, "hash", &T::hash));
+      Kro::function(30, "hash", &T::hash),
+  };
 };
-static_assert(Kro::isWhollyDescribed<IpFilter>());
 
 }  // namespace Vorn

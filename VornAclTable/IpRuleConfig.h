@@ -17,6 +17,5 @@ class VORNACL_API IpRuleConfig : public RuleConfig<IpRuleConfig, IpFilter> {
 
   bool operator==(IpRuleConfig const&) const = default;
 };
-static_assert(Kro::isWhollyDescribed<IpRuleConfig>());
 
 }  // namespace Vorn

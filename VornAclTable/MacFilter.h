@@ -18,15 +18,18 @@ class VORNACL_API MacFilter : public Kro::Value<MacFilter> {
   MacFilter(Kro::NboAttrLog::In* in, Kro::StreamBogon) { readLog(*in); }
 
   Dorix::EthAddr sourceAddr() const { return sourceAddr_; }
-  Dorix::EthAddr sourceMask() const { return sourceMask_; }
-  Dorix::EthAddr destinationAddr() const { return destinationAddr_; }
-  Dorix::EthAddr destinationMask() const { return destinationMask_; }
-  std::uint32_t proto() const { return proto_; }
-
   void sourceAddrIs(Dorix::EthAddr const& v) { sourceAddr_ = v; }
+
+  Dorix::EthAddr sourceMask() const { return sourceMask_; }
   void sourceMaskIs(Dorix::EthAddr const& v) { sourceMask_ = v; }
+
+  Dorix::EthAddr destinationAddr() const { return destinationAddr_; }
   void destinationAddrIs(Dorix::EthAddr const& v) { destinationAddr_ = v; }
+
+  Dorix::EthAddr destinationMask() const { return destinationMask_; }
   void destinationMaskIs(Dorix::EthAddr const& v) { destinationMask_ = v; }
+
+  std::uint32_t proto() const { return proto_; }
   void protoIs(std::uint32_t v) { proto_ = v; }
 
   /// The text people read: "(src=..., srcMask=..., dst=..., dstMask=..., proto=ANY)".
@@ -46,14 +49,16 @@ class VORNACL_API MacFilter : public Kro::Value<MacFilter> {
 struct MacFilter::Attributes {
   using T = MacFilter;
   static constexpr std::string_view typeName = "Vorn::MacFilter";
-  static constexpr auto all =
-      Kro::list(Kro::stored(2, "sourceAddr", &T::sourceAddr_, &T::sourceAddrIs),
-                Kro::stored(3, "sourceMask", &T::sourceMask_, &T::sourceMaskIs),
-                Kro::stored(4, "destinationAddr", &T::destinationAddr_, &T::destinationAddrIs),
-                Kro::stored(5, "destinationMask", &T::destinationMask_, &T::destinationMaskIs),
-                Kro::stored(6, "proto", &T::proto_, &T::protoIs), Kro::constant(7, "protoAll", T::protoAll),
-                Kro::function(8, "toStr", &T::toStr), Kro::function(9, "hash", &T::hash));
+  static constexpr auto all = std::tuple{
+      Kro::stored(2, "sourceAddr", &T::sourceAddr_, &T::sourceAddrIs),
+      Kro::stored(3, "sourceMask", &T::sourceMask_, &T::sourceMaskIs),
+      Kro::stored(4, "destinationAddr", &T::destinationAddr_, &T::destinationAddrIs),
+      Kro::stored(5, "destinationMask", &T::destinationMask_, &T::destinationMaskIs),
+      Kro::stored(6, "proto", &T::proto_, &T::protoIs),
+      Kro::constant(7, "protoAll", T::protoAll),
+      Kro::function(8, "toStr", &T::toStr),
+      Kro::function(9, "hash", &T::hash),
+  };
 };
-static_assert(Kro::isWhollyDescribed<MacFilter>());
 
 }  // namespace Vorn

@@ -17,6 +17,5 @@ class VORNACL_API MacRuleConfig : public RuleConfig<MacRuleConfig, MacFilter> {
 
   bool operator==(MacRuleConfig const&) const = default;
 };
-static_assert(Kro::isWhollyDescribed<MacRuleConfig>());
 
 }  // namespace Vorn

@@ -24,13 +24,15 @@ template <class X, class F>
 class RuleConfig : public Kro::Value<X> {
  public:
   F const& filter() const { return filter_; }
-  Acl::Action action() const { return action_; }
-  bool log() const { return log_; }
-  bool count() const { return count_; }
-
   void filterIs(F const& v) { filter_ = v; }
+
+  Acl::Action action() const { return action_; }
   void actionIs(Acl::Action v) { action_ = v; }
+
+  bool log() const { return log_; }
   void logIs(bool v) { log_ = v; }
+
+  bool count() const { return count_; }
   void countIs(bool v) { count_ = v; }
 
   /// The text people read.
@@ -50,10 +52,14 @@ template <class X, class F>
 struct RuleConfig<X, F>::Attributes {
   using T = RuleConfig;
   static constexpr std::string_view typeName = X::kroTypeName;
-  static constexpr auto all = Kro::list(
-      Kro::stored(2, "filter", &T::filter_, &T::filterIs), Kro::stored(3, "action", &T::action_, &T::actionIs),
-      Kro::stored(4, "log", &T::log_, &T::logIs), Kro::stored(5, "count", &T::count_, &T::countIs),
-      Kro::function(6, "toStr", &T::toStr), Kro::function(7, "hash", &T::hash));
+  static constexpr auto all = std::tuple{
+      Kro::stored(2, "filter", &T::filter_, &T::filterIs),
+      Kro::stored(3, "action", &T::action_, &T::actionIs),
+      Kro::stored(4, "log", &T::log_, &T::logIs),
+      Kro::stored(5, "count", &T::count_, &T::countIs),
+      Kro::function(6, "toStr", &T::toStr),
+      Kro::function(7, "hash", &T::hash),
+  };
 };
 
 }  // namespace Vorn

@@ -39,10 +39,12 @@ class VORNACL_API AclId : public Kro::Value<AclId> {
 struct AclId::Attributes {
   using T = AclId;
   static constexpr std::string_view typeName = "Vorn::AclId";
-  static constexpr auto all =
-      Kro::list(Kro::stored(2, "tableType", &T::tableType_), Kro::stored(3, "chipRuleListId", &T::chipRuleListId_),
-                Kro::stored(4, "direction", &T::direction_), Kro::function(5, "hash", &T::hash));
+  static constexpr auto all = std::tuple{
+      Kro::fixed(2, "tableType", &T::tableType_),
+      Kro::fixed(3, "chipRuleListId", &T::chipRuleListId_),
+      Kro::fixed(4, "direction", &T::direction_),
+      Kro::function(5, "hash", &T::hash),
+  };
 };
-static_assert(Kro::isWhollyDescribed<AclId>());
 
 }  // namespace Vorn

@@ -26,8 +26,10 @@ class VORNACL_API ChipId : public Kro::Value<ChipId> {
 struct ChipId::Attributes {
   using T = ChipId;
   static constexpr std::string_view typeName = "Vorn::ChipId";
-  static constexpr auto all = Kro::list(Kro::stored(2, "value", &T::value_), Kro::function(3, "hash", &T::hash));
+  static constexpr auto all = std::tuple{
+      Kro::fixed(2, "value", &T::value_),
+      Kro::function(3, "hash", &T::hash),
+  };
 };
-static_assert(Kro::isWhollyDescribed<ChipId>());
 
 }  // namespace Vorn

@@ -33,9 +33,11 @@ class VORNACL_API ChipRuleListId : public Kro::Value<ChipRuleListId> {
 struct ChipRuleListId::Attributes {
   using T = ChipRuleListId;
   static constexpr std::string_view typeName = "Vorn::ChipRuleListId";
-  static constexpr auto all = Kro::list(Kro::stored(2, "value", &T::value_, &T::valueIs),
-                                        Kro::constant(3, "invalid", T::invalid), Kro::function(4, "hash", &T::hash));
+  static constexpr auto all = std::tuple{
+      Kro::stored(2, "value", &T::value_, &T::valueIs),
+      Kro::constant(3, "invalid", T::invalid),
+      Kro::function(4, "hash", &T::hash),
+  };
 };
-static_assert(Kro::isWhollyDescribed<ChipRuleListId>());
 
 }  // namespace Vorn

@@ -47,9 +47,10 @@ class VORNACL_API AclKey : public Kro::Value<AclKey> {
 struct AclKey::Attributes {
   using T = AclKey;
   static constexpr std::string_view typeName = "Zil::AclKey";
-  static constexpr auto all =
-      Kro::list(Kro::stored(2, "aclType", &T::aclType_), Kro::stored(3, "aclName", &T::aclName_));
+  static constexpr auto all = std::tuple{
+      Kro::fixed(2, "aclType", &T::aclType_),
+      Kro::fixed(3, "aclName", &T::aclName_),
+  };
 };
-static_assert(Kro::isWhollyDescribed<AclKey>());
 
 }  // namespace Zil

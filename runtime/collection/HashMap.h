@@ -72,6 +72,11 @@ class HashMapVTable final : public HashMapVTableGeneric {
 /// Users must not rely on the order.
 template <class Member, class Key, class Value>
 class HashMap : public HashMapGeneric {
+  static_assert(
+      requires(Key const& a) { a == a&& a < a; }, "give the key of a hash map an order: == and <");
+  static_assert(
+      requires(Key const& a) { hashOfKey(a); }, "give the key of a hash map a hash: hash() const");
+
  public:
   using Element = Value;
   class Walk;

@@ -36,6 +36,9 @@ class RbTreeNode : public RbRecord<Key, Value>, public RbLink {
 /// weak order `<`. Not locked: one thread at a time. The constness of a map is that of its structure.
 template <class Node, class Key, class Value>
 class RbTreeMap : public RbTreeMapGeneric {
+  static_assert(
+      requires(Key const& a) { a == a&& a < a; }, "give the key of an ordered map an order: == and <");
+
  public:
   class Place;
   class Walk;

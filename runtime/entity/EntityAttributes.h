@@ -23,6 +23,8 @@ enum class AttributeKind { parameter, scalar, counter, child, values, members, r
 /// Whether an attribute is told to observers, and so written to the log.
 template <class D>
 inline constexpr bool isTold = D::kind != AttributeKind::parameter&& D::kind != AttributeKind::function;
+/// As many as have a bit in the word of a stream's state.
+inline constexpr int mostToldAttributes = 31;
 /// Whether an attribute is a collection.
 template <class D>
 inline constexpr bool isKeyed =
@@ -130,6 +132,28 @@ struct EntityFunction {
   std::array<std::string_view, n> arguments;
 };
 
+namespace detail {
+
+/// Whether an operation takes one `F`, by value or as a constant reference.
+template <class Operation, class F>
+inline constexpr bool takes = false;
+template <class C, class R, class F>
+inline constexpr bool takes<R (C::*)(F), F> = true;
+template <class C, class R, class F>
+inline constexpr bool takes<R (C::*)(F const&), F> = true;
+
+template <class...>
+inline constexpr bool never = false;
+
+/// Whether a type is one that a stream, a text and reflection know: a class has an attribute list or codecs of its own.
+template <class V>
+concept HasList = !std::is_class_v<V> || requires {
+  V::Attributes::all;
+}
+|| requires { V::logMaxSize; };
+
+}  // namespace detail
+
 template <AttributeId Id, class X, class F>
 constexpr auto parameter(std::string_view name, F X::*field, std::type_identity_t<F (X::*)() const> get) {
   return EntityParameter<Id, X, F>{name, field, get};
@@ -137,11 +161,13 @@ constexpr auto parameter(std::string_view name, F X::*field, std::type_identity_
 template <AttributeId Id, class X, class F, class Set, class N>
 constexpr auto scalar(std::string_view name, F X::*field, std::type_identity_t<F (X::*)() const> get, Set set,
                       void (N::*handler)()) {
+  static_assert(detail::takes<Set, F>, "let the mutator take the attribute's own type");
   return EntityScalar<Id, AttributeKind::scalar, X, F, N, Set>{name, field, get, set, handler};
 }
 template <AttributeId Id, class X, class F, class Set, class N>
 constexpr auto counter(std::string_view name, F X::*field, std::type_identity_t<F (X::*)() const> get, Set set,
                        void (N::*handler)()) {
+  static_assert(detail::takes<Set, F>, "let the mutator take the attribute's own type");
   return EntityScalar<Id, AttributeKind::counter, X, F, N, Set>{name, field, get, set, handler};
 }
 template <AttributeId Id, class X, class C, class N>
@@ -154,6 +180,9 @@ constexpr auto values(std::string_view name, RbTreeMap<Node, K, V> X::*field, vo
                       V (X::*del)(K const&),
                       std::type_identity_t<V (X::*)(typename RbTreeMap<Node, K, V>::Iterator&)> delAt,
                       void (X::*notify)(K const&), void (N::*handler)(HandlerKey)) {
+  static_assert(detail::HasList<K>, "give the key of a collection a struct Attributes: derive it from Kro::Value");
+  static_assert(detail::HasList<V>, "give the value of a collection a struct Attributes: derive it from Kro::Value");
+  static_assert(std::is_same_v<std::remove_cvref_t<HandlerKey>, K>, "let the handler take the collection's key");
   return EntityValues<Id, X, RbTreeMap<Node, K, V>, K, V, N, HandlerKey>{name, field, set, del, delAt, notify, handler};
 }
 template <AttributeId Id, class X, class M, class K, class N, class HandlerKey, class Create, class DelKey>
@@ -161,6 +190,7 @@ constexpr auto members(std::string_view name, HashMap<M, K, M> X::*field, Create
                        std::type_identity_t<Ptr<M> (X::*)(DelKey)> del,
                        std::type_identity_t<Ptr<M> (X::*)(typename HashMap<M, K, M>::Iterator&)> delAt,
                        void (X::*notify)(DelKey), void (N::*handler)(HandlerKey)) {
+  static_assert(std::is_same_v<std::remove_cvref_t<HandlerKey>, K>, "let the handler take the collection's key");
   return EntityMembers<Id, X, M, K, N, HandlerKey, Create, DelKey>{name, field, create, del, delAt, notify, handler};
 }
 template <AttributeId Id, class X, class Record, class M, class K, class N, class HandlerKey, class DelKey>
@@ -169,8 +199,46 @@ constexpr auto references(
     std::type_identity_t<Ptr<M const> (X::*)(DelKey)> del,
     std::type_identity_t<Ptr<M const> (X::*)(typename HashMap<Record, K, M const>::Iterator&)> delAt,
     void (X::*notify)(DelKey), void (N::*handler)(HandlerKey)) {
+  static_assert(std::is_same_v<std::remove_cvref_t<HandlerKey>, K>, "let the handler take the collection's key");
   return EntityReferences<Id, X, Record, M, K, N, HandlerKey, DelKey>{name, field, set, del, delAt, notify, handler};
 }
+// Where the parts of a row are others, or one is missing.
+template <AttributeId Id, class... A>
+constexpr auto parameter(std::string_view, A...) {
+  static_assert(detail::never<A...>, "name of a parameter its field and its accessor");
+}
+template <AttributeId Id, class... A>
+constexpr auto scalar(std::string_view, A...) {
+  static_assert(detail::never<A...>, "name of a scalar its field, accessor and mutator and the observers' handler");
+}
+template <AttributeId Id, class... A>
+constexpr auto counter(std::string_view, A...) {
+  static_assert(detail::never<A...>, "name of a counter its field, accessor and mutator and the observers' handler");
+}
+template <AttributeId Id, class... A>
+constexpr auto child(std::string_view, A...) {
+  static_assert(detail::never<A...>,
+                "name of a child its field, accessor, creator, mutator and remover and the observers' handler");
+}
+template <AttributeId Id, class... A>
+constexpr auto values(std::string_view, A...) {
+  static_assert(detail::never<A...>,
+                "name of values their map, the setter, both removers and the notifier, and the "
+                "observers' handler");
+}
+template <AttributeId Id, class... A>
+constexpr auto members(std::string_view, A...) {
+  static_assert(detail::never<A...>,
+                "name of members their map, the creator, both removers and the notifier, and the "
+                "observers' handler");
+}
+template <AttributeId Id, class... A>
+constexpr auto references(std::string_view, A...) {
+  static_assert(detail::never<A...>,
+                "name of references their map, the setter, both removers and the notifier, and "
+                "the observers' handler");
+}
+
 template <AttributeId Id, class Call, class... Names>
 constexpr auto operation(std::string_view name, Call call, Names... arguments) {
   return EntityFunction<Id, Call, sizeof...(Names)>{name, call, {std::string_view(arguments)...}};
@@ -188,11 +256,6 @@ template <class X, std::size_t I>
 using EntityAttributeType = std::remove_cv_t<decltype(entityAttribute<X, I>)>;
 
 namespace detail {
-
-template <class X, std::size_t... I>
-constexpr bool entityIdsRun(std::index_sequence<I...>) {
-  return ((EntityAttributeType<X, I>::id == firstEntityAttributeId + static_cast<AttributeId>(I)) && ...);
-}
 
 template <class X, auto field, std::size_t I>
 constexpr bool stores() {
@@ -237,14 +300,6 @@ inline constexpr auto entityRow = [] {
 /// Positions of the attributes of one kind, in id order.
 template <class X, AttributeKind kind>
 using PositionsOfKind = decltype(detail::positionsOfKind<X, kind>());
-
-/// The attributes are numbered from 258 without gaps, in the order of the list.
-template <class X>
-constexpr bool hasRunningIds() {
-  static_assert(detail::entityIdsRun<X>(std::make_index_sequence<entityAttributeCount<X>>()),
-                "entity attribute ids must run from 258 without gaps, in the order of the list");
-  return true;
-}
 
 /// Calls `f(descriptor)` for every attribute of `X`, in id order.
 template <class X, class F>

@@ -1,6 +1,8 @@
 // The generated part of an entity type's observer interface.
 #pragma once
 
+#include <type_traits>
+
 #include "runtime/entity/Dispatch.h"
 #include "runtime/entity/Entity.h"
 
@@ -93,6 +95,14 @@ class NotifieeOf : public Entity::NotifieeConst {
   }
 
   mutable NotifieeOf* next_ = nullptr;
+};
+
+/// What an entity type has that forgot its observers.
+template <class X>
+struct MissingObserver {
+  static_assert(!std::is_same_v<X, X>,
+                "give the entity type a class NotifieeConst, derived from Kro::NotifieeOf of "
+                "that type, with a handler for each attribute that is told");
 };
 
 /// An observer that may change the `X` that it observes: what `X::Notifiee` is.

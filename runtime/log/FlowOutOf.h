@@ -129,6 +129,7 @@ class FlowOutOf : public FlowOut {
 
   template <class D>
   static constexpr std::uint32_t bitOf() {
+    static_assert(detail::toldBefore<X>(D::id) < mostToldAttributes);
     return 2U << detail::toldBefore<X>(D::id);
   }
   /// Sets or clears the dirty bit of a scalar or child, or the has-synced bit of a collection.

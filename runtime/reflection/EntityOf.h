@@ -26,6 +26,8 @@ class ReflectedEntityType;
 template <class X>
 class VORNACL_API EntityOf : public Entity {
  public:
+  /// The one that `X` has itself hides this.
+  using NotifieeConst = MissingObserver<X>;
   /// An observer that may change the entity.
   using Notifiee = NotifieeFor<X>;
   using Observers = ObserverList<NotifieeOf<X>>;

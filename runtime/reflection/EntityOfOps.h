@@ -2,6 +2,7 @@
 // `template class Kro::EntityOf<Vorn::VornAcl>;` and `template class Kro::EntityGenericIfOf<Vorn::VornAcl>;`
 #pragma once
 
+#include "runtime/entity/EntityChecks.h"
 #include "runtime/entity/EntityOps.h"
 #include "runtime/log/AdapterOf.h"
 #include "runtime/log/EntityType.h"
@@ -18,6 +19,7 @@ void EntityOf<X>::zeroReferencesIs(bool) {
 
 template <class X>
 Ptr<KroType const> EntityOf<X>::_fwkType() {
+  static_assert(detail::checkEntity<X>());
   return slottedType<X, typename X::_Type>(registrationOf<X>());
 }
 

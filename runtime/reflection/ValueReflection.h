@@ -63,11 +63,6 @@ Ptr<GenericIf> callWith(R (C::*call)(A...) const, Object const& object, GenericI
                     arguments);
 }
 
-/// The stored attributes of `X` are the parameters of its constructor.
-template <class X, std::size_t... I>
-constexpr bool isMadeOfFields(std::index_sequence<I...>) {
-  return std::is_constructible_v<X, typename At<X, I>::Type const&...>;
-}
 template <class X>
 inline constexpr bool hasFieldConstructor = isMadeOfFields<X>(StoredPositions<X>());
 
@@ -201,7 +196,7 @@ Ptr<ValueGenericIf<T>> ValueGenericIf<T>::fromList(GenericIf const* list) {
   if (!queue.empty()) {
     throwUnknownArgException(type->name().string());
   }
-  if constexpr (requires { value.check(); }) {
+  if constexpr (Described<T>) {
     value.check();
   }
   return GenericIf_Is(value, false);

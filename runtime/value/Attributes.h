@@ -4,13 +4,18 @@
 //     struct L4PortRange::Attributes {
 //       using T = L4PortRange;
 //       static constexpr std::string_view typeName = "Vorn::L4PortRange";
-//       static constexpr auto all = Kro::list(Kro::stored(2, "rangeStart", &T::rangeStart_), ...);
+//       static constexpr auto all = std::tuple{
+//           Kro::fixed(2, "rangeStart", &T::rangeStart_),
+//           ...
+//       };
 //     };
-//     static_assert(Kro::isWhollyDescribed<L4PortRange>());
+//
+// A list is checked where its type is made whole: see AttributeChecks.h.
 #pragma once
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -20,16 +25,26 @@
 
 namespace Kro {
 
+/// What a row says of the range of a number: `text` where the error is not "TYPE::NAME < 0 or > MOST not allowed".
+struct AtMost {
+  std::uint32_t most;
+  std::string_view text;
+};
+constexpr AtMost atMost(std::uint32_t most, std::string_view text = {}) { return {most, text}; }
+/// Any value is in range.
+struct NoCheck {};
+
 /// A field of the value: in everything that is derived. `set` is the mutator of a writable attribute, else null.
-template <class T, class F, class Set>
+template <class T, class F, class Set, class Check>
 struct StoredAttribute {
   using Owner = T;
   using Type = F;
-  static constexpr bool isStored = true, isText = true;
+  static constexpr bool isStored = true, isText = true, isChecked = !std::is_same_v<Check, NoCheck>;
   AttributeId id;
   std::string_view name;
   F T::*field;
   Set set;
+  Check check;
 };
 
 /// A bit of a stored field: in text and reflection; hashed and streamed with its field.
@@ -77,14 +92,22 @@ struct FunctionAttribute {
   std::array<std::string_view, sizeof...(A)> arguments;
 };
 
-template <class T, class F>
-constexpr auto stored(AttributeId id, std::string_view name, F T::*field) {
-  return StoredAttribute<T, F, std::nullptr_t>{id, name, field, nullptr};
+/// A field that constructors alone set.
+template <class T, class F, class Check = NoCheck>
+constexpr auto fixed(AttributeId id, std::string_view name, F T::*field, Check check = {}) {
+  return StoredAttribute<T, F, std::nullptr_t, Check>{id, name, field, nullptr, check};
 }
-template <class T, class F, class V>
-constexpr auto stored(AttributeId id, std::string_view name, F T::*field, void (T::*set)(V)) {
-  static_assert(std::is_same_v<std::remove_cvref_t<V>, F>, "the mutator must take the attribute's own type");
-  return StoredAttribute<T, F, void (T::*)(V)>{id, name, field, set};
+/// A field with a mutator, and a check where not every value is allowed.
+template <class T, class F, class V, class Check = NoCheck>
+constexpr auto stored(AttributeId id, std::string_view name, F T::*field, void (T::*set)(V), Check check = {}) {
+  static_assert(std::is_same_v<std::remove_cvref_t<V>, F>, "let the mutator take the attribute's own type");
+  return StoredAttribute<T, F, void (T::*)(V), Check>{id, name, field, set, check};
+}
+template <class... A>
+constexpr auto stored(AttributeId, std::string_view, A...) {
+  static_assert(sizeof...(A) == 99,
+                "name the field and the mutator of the attribute, both of one class; an attribute "
+                "that has no mutator is `fixed`");
 }
 template <class T>
 constexpr auto bit(AttributeId id, std::string_view name, bool (T::*get)() const, void (T::*set)(bool)) {
@@ -102,10 +125,6 @@ template <class C, class R, class... A, class... Names>
 constexpr auto function(AttributeId id, std::string_view name, R (C::*call)(A...) const, Names... arguments) {
   static_assert(sizeof...(A) == sizeof...(Names), "give each argument of the function a name");
   return FunctionAttribute<C, R, A...>{id, name, call, {std::string_view(arguments)...}};
-}
-template <class... D>
-constexpr auto list(D... descriptors) {
-  return std::tuple<D...>(descriptors...);
 }
 
 /// A type with an attribute list.
@@ -153,37 +172,12 @@ using TextPositions = decltype(detail::positions<T, true>());
 
 namespace detail {
 
-template <class T, std::size_t... I>
-constexpr bool idsRun(std::index_sequence<I...>) {
-  // From 2 without gaps; a function registered without an id may stand anywhere.
-  AttributeId expected = 2;
-  bool run = true;
-  ((run = run && (At<T, I>::info.id == 0 || At<T, I>::info.id == expected), expected += At<T, I>::info.id != 0), ...);
-  return run;
-}
-
-template <class T, std::size_t... I>
-constexpr std::size_t sizeOfFields(std::index_sequence<I...>) {
-  std::size_t end = 0;
-  std::size_t alignment = 1;
-  ((end = (end + alignof(typename At<T, I>::Type) - 1) / alignof(typename At<T, I>::Type) *
-              alignof(typename At<T, I>::Type) +
-          sizeof(typename At<T, I>::Type),
-    alignment = alignment < alignof(typename At<T, I>::Type) ? alignof(typename At<T, I>::Type) : alignment),
-   ...);
-  return (end + alignment - 1) / alignment * alignment;
+/// The stored attributes of `X` are the parameters of its constructor.
+template <class X, std::size_t... I>
+constexpr bool isMadeOfFields(std::index_sequence<I...>) {
+  return std::is_constructible_v<X, typename At<X, I>::Type const&...>;
 }
 
 }  // namespace detail
-
-/// The list names attributes by ids without gaps, and its stored fields, laid out in order, fill the class.
-template <class T>
-constexpr bool isWhollyDescribed() {
-  static_assert(detail::idsRun<T>(std::make_index_sequence<attributeCount<T>>()),
-                "attribute ids must run from 2 without gaps, in the order of the list");
-  static_assert(detail::sizeOfFields<T>(StoredPositions<T>()) == sizeof(T),
-                "a stored field is missing from the attribute list, or stands in another order than in the class");
-  return true;
-}
 
 }  // namespace Kro

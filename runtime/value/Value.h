@@ -46,6 +46,9 @@ class VORNACL_API Value {
   std::uint32_t hash() const;
   /// Appends the text form.
   void strepTo(std::string& text) const;
+  /// Throws `RangeException` where an attribute is not in the range that its row tells. A type that has more to check
+  /// declares this member itself.
+  void check() const;
   /// The type object of `X`.
   Ptr<KroType const> fwkType() const { return _fwkType(); }
   static Ptr<KroType const> _fwkType();
@@ -73,9 +76,23 @@ class VORNACL_API Value {
   /// Reads the attribute-log form.
   void readLog(NboAttrLog::In& in);
 
+  // For the mutators of attributes whose rows tell a range: what is there already is not looked at, what is out of
+  // range throws `RangeException` and leaves it.
+  void setInRange(std::uint8_t& field, std::uint8_t value);
+  void setInRange(std::uint16_t& field, std::uint16_t value);
+  void setInRange(std::uint32_t& field, std::uint32_t value);
+
  private:
   X& self() { return static_cast<X&>(*this); }
 };
+
+namespace detail {
+
+/// A range that an attribute is not in.
+[[noreturn]] VORNACL_API void throwOutOfRange(std::string_view typeName, std::string_view attribute,
+                                              AtMost const& range);
+
+}  // namespace detail
 
 /// A value type of the model.
 template <class X>

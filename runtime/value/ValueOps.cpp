@@ -11,6 +11,12 @@ void openRecord(String8::IteratorConst& it, String8::IteratorConst const& end, s
   needString(it, end, " {");
 }
 
+void throwOutOfRange(std::string_view typeName, std::string_view attribute, AtMost const& range) {
+  throwRangeException(!range.text.empty() ? String8(range.text)
+                                          : String8(shortTypeName(typeName)) + "::" + String8(attribute) +
+                                                format(" < 0 or > %u not allowed", range.most));
+}
+
 bool nextAttribute(String8::IteratorConst& it, String8::IteratorConst const& end, std::string_view typeName, bool first,
                    String8& name) {
   needString(it, end, " ");

@@ -2,6 +2,7 @@
 // instantiates them once: `template class Kro::Value<Vorn::AceIndex>;`
 #pragma once
 
+#include "runtime/value/AttributeChecks.h"
 #include "runtime/value/Value.h"
 
 namespace Kro {
@@ -56,6 +57,35 @@ void readNamedField(X& value, String8 const& name, String8::IteratorConst& it, S
   }
 }
 
+template <class X, std::size_t I>
+void checkRange(typename At<X, I>::Type const& value) {
+  if constexpr (At<X, I>::Descriptor::isChecked) {
+    if (value > At<X, I>::info.check.most) {
+      throwOutOfRange(X::Attributes::typeName, At<X, I>::info.name, At<X, I>::info.check);
+    }
+  }
+}
+template <class X, std::size_t... I>
+void checkRanges(X const& value, std::index_sequence<I...>) {
+  (checkRange<X, I>(At<X, I>::of(value)), ...);
+}
+
+template <class X, std::size_t I, class F>
+void checkField(X const& object, F const& field, F value) {
+  if constexpr (std::is_same_v<typename At<X, I>::Type, F>) {
+    if (&At<X, I>::of(object) == &field) {
+      checkRange<X, I>(value);
+    }
+  }
+}
+template <class X, class F, std::size_t... I>
+void setInRange(X& object, F& field, F value, std::index_sequence<I...>) {
+  if (value != field) {
+    (checkField<X, I>(object, field, value), ...);
+    field = value;
+  }
+}
+
 /// Consumes what stands before the first attribute: Value('TYPE', ** {
 VORNACL_API void openRecord(String8::IteratorConst& it, String8::IteratorConst const& end, std::string_view typeName);
 /// Consumes what stands before the next attribute's value and yields its name, or the closing brackets and yields
@@ -67,6 +97,7 @@ VORNACL_API bool nextAttribute(String8::IteratorConst& it, String8::IteratorCons
 
 template <class X>
 std::uint32_t Value<X>::hash() const {
+  static_assert(detail::checkAttributes<X>());
   Hash hash;
   detail::hashFields(hash, static_cast<X const&>(*this), StoredPositions<X>());
   return hash.value();
@@ -88,9 +119,25 @@ void Value<X>::readRecord(String8::IteratorConst& it, String8::IteratorConst con
   for (bool first = true; detail::nextAttribute(it, end, X::Attributes::typeName, first, name); first = false) {
     detail::readNamedField(self(), name, it, end, TextPositions<X>());
   }
-  if constexpr (requires(X & x) { x.check(); }) {
-    self().check();
-  }
+  self().check();
+}
+
+template <class X>
+void Value<X>::check() const {
+  detail::checkRanges(static_cast<X const&>(*this), StoredPositions<X>());
+}
+
+template <class X>
+void Value<X>::setInRange(std::uint8_t& field, std::uint8_t value) {
+  detail::setInRange(self(), field, value, StoredPositions<X>());
+}
+template <class X>
+void Value<X>::setInRange(std::uint16_t& field, std::uint16_t value) {
+  detail::setInRange(self(), field, value, StoredPositions<X>());
+}
+template <class X>
+void Value<X>::setInRange(std::uint32_t& field, std::uint32_t value) {
+  detail::setInRange(self(), field, value, StoredPositions<X>());
 }
 
 template <class X>

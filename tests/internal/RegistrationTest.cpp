@@ -104,7 +104,7 @@ TEST(RegistrationTest, handlesStandInTheirOrder) {
 struct Failing {
   struct Attributes {
     static constexpr std::string_view typeName = "Test::Failing";
-    static constexpr auto all = Kro::list(Kro::constant(2, "one", std::uint32_t{1}));
+    static constexpr auto all = std::tuple{Kro::constant(2, "one", std::uint32_t{1})};
   };
   static Kro::Ptr<KroType const> _fwkType() { throw Kro::RangeException("no type"); }
 };

@@ -96,20 +96,12 @@ class Labelled : public Kro::Value<Labelled> {
 struct Labelled::Attributes {
   using T = Labelled;
   static constexpr std::string_view typeName = "Labelled";
-  static constexpr auto all = Kro::list(Kro::stored(2, "number", &T::number_), Kro::stored(3, "label", &T::label_));
-};
-static_assert(Kro::isWhollyDescribed<Labelled>());
-static_assert(Kro::Codec<Labelled>::maxSize == Kro::unboundedSize, "no sum may wrap round to a small room");
-
-struct Slips {
-  int a, b, forgotten;
-  struct Attributes {
-    static constexpr std::string_view typeName = "Slips";
-    static constexpr auto all = Kro::list(Kro::stored(2, "a", &Slips::a), Kro::stored(4, "b", &Slips::b));
+  static constexpr auto all = std::tuple{
+      Kro::fixed(2, "number", &T::number_),
+      Kro::fixed(3, "label", &T::label_),
   };
 };
-static_assert(!Kro::detail::idsRun<Slips>(std::make_index_sequence<2>()), "ids are a promise, a gap is a slip");
-static_assert(Kro::detail::sizeOfFields<Slips>(Kro::StoredPositions<Slips>()) != sizeof(Slips));
+static_assert(Kro::Codec<Labelled>::maxSize == Kro::unboundedSize, "no sum may wrap round to a small room");
 
 TEST(Attributes, OfAnyLengthAreWrittenWhole) {
   auto const value = Kro::strepToValue<Labelled>("Value('Labelled', ** {'label': '{\\n', 'number': 16909060})");

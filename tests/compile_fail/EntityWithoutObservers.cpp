@@ -1,0 +1,3 @@
+// expect: give the entity type a class NotifieeConst
+#define NOTIFIEE Other
+#include "tests/compile_fail/Entity.h"

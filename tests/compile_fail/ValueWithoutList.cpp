@@ -1,0 +1,3 @@
+// expect: give the value of a collection a struct Attributes
+#define VALUE Bare
+#include "tests/compile_fail/Entity.h"
