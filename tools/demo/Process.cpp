@@ -37,12 +37,6 @@ void check(bool good, char const* what) {
 
 }  // namespace
 
-void FileDescriptor::close() {
-  if (number_ >= 0) {
-    ::close(std::exchange(number_, -1));
-  }
-}
-
 DescriptorPair socketPair() {
   int ends[2];
   check(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0, "cannot make a pair of sockets");

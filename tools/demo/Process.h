@@ -1,34 +1,16 @@
-// Processes and file descriptors that go away with their owner.
+// Processes that go away with their owner, and descriptors that join them.
 #pragma once
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <sys/types.h>
 
+#include "tools/common/FileDescriptor.h"
+
 namespace Demo {
 
-/// Owns a file descriptor; closes it at the end. -1 is none.
-class FileDescriptor {
- public:
-  FileDescriptor() = default;
-  explicit FileDescriptor(int number) : number_(number) {}
-  FileDescriptor(FileDescriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
-    std::swap(number_, other.number_);
-    return *this;
-  }
-  ~FileDescriptor() { close(); }
-
-  int number() const { return number_; }
-  void close();
-  /// Leaves the descriptor to somebody else.
-  void release() { number_ = -1; }
-
- private:
-  int number_ = -1;
-};
+using Tools::FileDescriptor;
 
 /// Two descriptors that belong together.
 struct DescriptorPair {

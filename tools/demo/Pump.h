@@ -1,46 +1,39 @@
-// Moves the bytes of connections through sockets.
+// Moves the bytes of connections through sockets, and waits for them.
 #pragma once
-
-#include <poll.h>
 
 #include <chrono>
 #include <span>
 
-#include "runtime/log/Connection.h"
 #include "tools/demo/Process.h"
+#include "transport/SocketLink.h"
 
 namespace Demo {
 
-/// Joins a connection to a socket. Nothing here blocks but `wait`.
+/// Joins a connection to a socket that it owns. Nothing here blocks but `wait`.
 class Pump {
  public:
   Pump(Kro::Ptr<Kro::NboAttrLog::Connection> connection, FileDescriptor socket)
-      : connection_(std::move(connection)), socket_(std::move(socket)) {}
+      : socket_(std::move(socket)), link_(std::move(connection), socket_.number()) {}
 
-  Kro::NboAttrLog::Connection& connection() const { return *connection_; }
+  Kro::NboAttrLog::Connection& connection() const { return link_.connection(); }
   /// The peer has not closed its end.
-  bool isOpen() const { return open_; }
+  bool isOpen() const { return link_.isOpen(); }
   /// Nothing is left that the connection wants to send.
-  bool isDrained() const { return connection_->pending().empty(); }
+  bool isDrained() const { return connection().pending().empty(); }
 
   /// Takes what has come and sends what waits, as far as the socket goes along. A peer that has gone is no error here.
-  /// Throws `std::runtime_error` where the connection is lost and `std::system_error`.
+  /// Throws `std::runtime_error` where the connection is lost or the socket fails.
   void move();
   /// Tells the peer that nothing follows.
-  void finish();
+  void finish() { link_.finish(); }
 
   /// Waits until something can be moved through one of the sockets and moves it; false where nothing could within the
-  /// time.
+  /// time. Throws `std::system_error`, and as `move`.
   static bool wait(std::span<Pump* const> pumps, std::chrono::milliseconds time);
 
  private:
-  void receive();
-  void send();
-  void requireConnection() const;
-
-  Kro::Ptr<Kro::NboAttrLog::Connection> connection_;
   FileDescriptor socket_;
-  bool open_ = true;
+  Kro::Transport::SocketLink link_;
 };
 
 }  // namespace Demo
