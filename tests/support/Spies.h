@@ -43,7 +43,7 @@ class Spy : public Base {
   }
   void onNotificationException(Kro::AttributeId id) override {
     if (journal_ != nullptr) {
-      journal_->add(name_, "!" + std::to_string(id));
+      journal_->add(name_, std::string("!").append(std::to_string(id)));
     }
     if (auto const now = report) {
       now();
