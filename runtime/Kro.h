@@ -9,5 +9,6 @@
 #include "runtime/log/Connection.h"
 #include "runtime/reflection/IntrospectionReactor.h"
 #include "runtime/reflection/Path.h"
+#include "runtime/tree/TreeObserver.h"
 #include "runtime/type/KroType.h"
 #include "runtime/value/Value.h"

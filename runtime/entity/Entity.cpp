@@ -94,6 +94,7 @@ String8 Entity::attributeString(AttributeId id) const {
 void Entity::kroNotifieeAdapterIs(Ptr<Entity const> const&) {}
 void Entity::handleParent(Ptr<Entity> const&) {}
 String8 Entity::kroKeyText() const { return {}; }
+TreeNode* Entity::kroNewTreeNode(TreeFollower&) { return nullptr; }
 
 Ptr<Entity::KroNboAttrLogSa> Entity::kroNboAttrLogSa(Ptr<NboAttrLog::Out const> const& out) {
   for (KroNboAttrLogSa* at = firstAdapter_; at != nullptr; at = at->nextOfEntity()) {

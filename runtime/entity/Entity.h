@@ -9,6 +9,9 @@
 
 namespace Kro {
 
+class TreeFollower;
+class TreeNode;
+
 /// Base of every entity. Entities live on the heap and are reached through `Ptr<T>`; a parent owns its children. One
 /// entity is changed by one thread at a time, and reading counts, too: two threads must not even read one entity at the
 /// same time.
@@ -62,6 +65,8 @@ class VORNACL_API Entity : public PtrInterface {
 
   /// The text of this entity's key in the collection that holds it, empty where it is no member.
   virtual String8 kroKeyText() const;
+  /// A new observer that follows this entity for a `TreeObserver`; null where the type has none.
+  virtual TreeNode* kroNewTreeNode(TreeFollower& follower);
 
   /// How often this entity was changed.
   std::uint32_t mutationCount() const { return mutationCount_; }

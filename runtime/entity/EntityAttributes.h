@@ -30,6 +30,16 @@ template <class D>
 inline constexpr bool isKeyed =
     D::kind == AttributeKind::values || D::kind == AttributeKind::members || D::kind == AttributeKind::references;
 
+/// The key of what a collection holds.
+template <class D, class Record>
+typename D::Key keyOf(Record const& record) {
+  if constexpr (D::kind == AttributeKind::values) {
+    return record.key();
+  } else {
+    return Record::KroHashLink::key(record);
+  }
+}
+
 /// A constructor parameter: never changes. The first one of a collection member is its key.
 template <AttributeId Id, class X, class F>
 struct EntityParameter {

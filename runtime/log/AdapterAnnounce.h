@@ -84,7 +84,7 @@ Ptr<Entity::KroNboAttrLogSa> AdapterOf<X>::introduce(D const& d, std::uint32_t f
     if constexpr (D::kind == AttributeKind::child) {
       isHere = (entity().*(d.field)).get() == &child;
     } else {
-      isHere = (entity().*(d.field)).find(detail::keyOf<D>(child)) == &child;
+      isHere = (entity().*(d.field)).find(keyOf<D>(child)) == &child;
     }
     if (!isHere) {
       return nullptr;
@@ -92,7 +92,7 @@ Ptr<Entity::KroNboAttrLogSa> AdapterOf<X>::introduce(D const& d, std::uint32_t f
     if constexpr (D::kind == AttributeKind::child) {
       handleChild(d);
     } else {
-      handleKey(d, detail::keyOf<D>(child));
+      handleKey(d, keyOf<D>(child));
     }
   }
   Ptr<KroNboAttrLogSa> const adapter = childAdapterIs(flags, child);

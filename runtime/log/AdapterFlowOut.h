@@ -56,7 +56,7 @@ bool AdapterOf<X>::walkWhole(D const& d) {
   }
   Iterator at = keys.bookmark ? Iterator(map, kroFlowOutBookmarkDeq<typename D::Key>(keys)) : Iterator(map);
   while (at) {
-    typename D::Key const key = detail::keyOf<D>(*at);
+    typename D::Key const key = keyOf<D>(*at);
     if constexpr (D::kind == AttributeKind::values) {
       serializeValue(d, key, detail::elementOf<D>(*at));
     } else if constexpr (D::kind == AttributeKind::members) {
@@ -70,7 +70,7 @@ bool AdapterOf<X>::walkWhole(D const& d) {
     }
     at.advance();
     if (at && !continueFlowOut()) {
-      kroFlowOutBookmarkEnq<typename D::Key>(keys, detail::keyOf<D>(*at));
+      kroFlowOutBookmarkEnq<typename D::Key>(keys, keyOf<D>(*at));
       return false;
     }
   }

@@ -275,7 +275,7 @@ void AdapterOf<X>::missReference(D const& d, EntityId id) {
     markKey(d, found->second, false);
   } else {
     for (auto const& entry : entity().*(d.field)) {
-      markKey(d, detail::keyOf<D>(entry), false);
+      markKey(d, keyOf<D>(entry), false);
     }
   }
 }

@@ -32,15 +32,6 @@ auto elementOf(Record& record) {
   }
 }
 
-template <class D, class Record>
-typename D::Key keyOf(Record const& record) {
-  if constexpr (D::kind == AttributeKind::values) {
-    return record.key();
-  } else {
-    return Record::KroHashLink::key(record);
-  }
-}
-
 }  // namespace detail
 
 /// The state adapter of entity type `X`.

@@ -76,7 +76,7 @@ void AdapterOf<X>::markForSweep(D const& d) {
     if (keys.exempt.empty() && keys.dirty.size() == 0) {
       return false;
     }
-    auto const key = detail::keyOf<D>(record);
+    auto const key = keyOf<D>(record);
     return keys.exempt.count(key) != 0 || keys.dirty.find(key) != nullptr;
   };
   keys.isMarked = false;

@@ -48,6 +48,7 @@ class VORNACL_API EntityOf : public Entity {
   Ptr<Entity::KroNboAttrLogSa> kroNboAttrLogSaIs(Kro_BitSet flags, unsigned mask, Ptr<NboAttrLog::Out> const& out,
                                                  PtrInterface* parent) override;
   String8 kroKeyText() const override;
+  TreeNode* kroNewTreeNode(TreeFollower& follower) override;
 
   /// The descriptor of the attribute that `field` stores.
   template <auto field>

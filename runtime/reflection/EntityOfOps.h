@@ -8,6 +8,7 @@
 #include "runtime/log/EntityType.h"
 #include "runtime/reflection/EntityOf.h"
 #include "runtime/reflection/EntityReflectionOps.h"
+#include "runtime/tree/TreeNodeOf.h"
 #include "runtime/type/Model.h"
 
 namespace Kro {
@@ -46,6 +47,11 @@ String8 EntityOf<X>::kroKeyText() const {
   } else {
     return Entity::kroKeyText();
   }
+}
+
+template <class X>
+TreeNode* EntityOf<X>::kroNewTreeNode(TreeFollower& follower) {
+  return new TreeNodeOf<X>(share(&follower), share(&self()));
 }
 
 }  // namespace Kro
