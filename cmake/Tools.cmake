@@ -1,6 +1,7 @@
 # tools/<name>/**/*.cpp makes the program vornacl-<name>, everything but its main.cpp the library vornacl-<name>-lib, so
 # that the tests can link it; of tools/vornacl/ it is vornacl and vornacl-lib. tools/common/*.cpp is what several of them
-# share; examples/*.cpp makes one program each, which runs to its end by itself.
+# share; examples/*.cpp makes one program each, which runs to its end by itself and prints what the .out file beside it
+# holds.
 if(VORNACL_TOOLS OR VORNACL_TESTS OR VORNACL_BENCH)
   vornacl_glob(common_sources "tools/common/*.cpp")
   if(common_sources)
@@ -50,7 +51,9 @@ if(VORNACL_EXAMPLES)
     get_filename_component(name "${source}" NAME_WE)
     vornacl_program(example_${name} ${source})
     if(VORNACL_TESTS)
-      add_test(NAME examples.${name} COMMAND example_${name})
+      string(REGEX REPLACE "cpp$" "out" expected "${source}")
+      add_test(NAME examples.${name} COMMAND "${CMAKE_COMMAND}" -D "PROGRAM=$<TARGET_FILE:example_${name}>"
+        -D "EXPECTED=${expected}" -P "${PROJECT_SOURCE_DIR}/cmake/CompareOutput.cmake")
       set_tests_properties(examples.${name} PROPERTIES TIMEOUT 120)
     endif()
   endforeach()

@@ -16,11 +16,11 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 
+#include "runtime/tree/TreeObserver.h"
 #include "tests/tools/Program.h"
 #include "tools/demo/Changes.h"
 #include "tools/demo/Dump.h"
 #include "tools/demo/Files.h"
-#include "tools/demo/Followers.h"
 
 namespace {
 
@@ -211,11 +211,11 @@ TEST(Demo, changesRepeatThemselves) {
     std::string dumps[2];
     for (std::string& dump : dumps) {
       Tree const tree = Vorn::rootConfigCollFactory("t");
-      Demo::ChangeCount told([] { return true; });
-      auto const follower = Demo::follow<Demo::TreeFollower>(tree, told);
-      std::size_t expected = (filled(tree, rules), told.value());
+      std::size_t told = 0;
+      Kro::TreeObserver const follower(tree, [&](Kro::TreeChange const&) { ++told; });
+      std::size_t expected = (filled(tree, rules), told);
       for (Demo::Changes changes(tree, 1000, 0); changes.next();) {
-        ASSERT_EQ(told.value(), ++expected);
+        ASSERT_EQ(told, ++expected);
       }
       EXPECT_EQ(Demo::countsOf(tree).rules, rules[0] + rules[1]);
       dump = dumpOf(tree);

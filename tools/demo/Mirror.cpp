@@ -1,11 +1,12 @@
 #include "tools/demo/Mirror.h"
 
 #include <cstdio>
+#include <optional>
 #include <stdexcept>
 
+#include "runtime/tree/TreeObserver.h"
 #include "tools/demo/Dump.h"
 #include "tools/demo/Files.h"
-#include "tools/demo/Followers.h"
 #include "tools/demo/Pump.h"
 
 namespace Demo {
@@ -17,14 +18,13 @@ using Kro::NboAttrLog::Connection;
 /// The tree that arrives on a connection.
 class Mirror {
  public:
-  explicit Mirror(Kro::Ptr<Connection> const& connection)
-      : connection_(connection), changes_([this] { return connection_->state() == Connection::State::inSync; }) {
+  explicit Mirror(Kro::Ptr<Connection> const& connection) : connection_(connection) {
     connection->onRootIs([this](Kro::Ptr<Kro::Entity> const& root) { take(root); });
   }
   ~Mirror() { connection_->onRootIs({}); }
 
   Tree const& tree() const { return tree_; }
-  std::size_t changes() const { return changes_.value(); }
+  std::size_t changes() const { return changes_; }
 
   /// Changes one attribute of the first rule there is.
   void alterOneRule() {
@@ -45,13 +45,18 @@ class Mirror {
       throw std::runtime_error("the other process sends something else than one tree");
     }
     tree_ = std::move(tree);
-    follower_ = follow<TreeFollower>(tree_, changes_);
+    Kro::TreeOptions options;
+    options.remembersValues = false;
+    follower_.emplace(
+        tree_,
+        [this](Kro::TreeChange const&) { changes_ += connection_->state() == Connection::State::inSync ? 1U : 0U; },
+        options);
   }
 
   Kro::Ptr<Connection> connection_;
-  ChangeCount changes_;
   Tree tree_;
-  Kro::Ptr<TreeFollower> follower_;
+  std::size_t changes_ = 0;  ///< told once the whole tree was here
+  std::optional<Kro::TreeObserver> follower_;
 };
 
 /// Runs until the other end says that nothing follows.
