@@ -208,7 +208,7 @@ TEST(TreeText, readsBackAsItIsAndNotOtherwise) {
     Tools::Loader loader(Tools::Expand::show, refusals);
     loader.add(Tools::readRules(rules, "f", {}, refusals, notes));
     std::string text;
-    loader.appendText(text, [] {});
+    Tools::appendTreeText(text, loader.tree(), [] {});
     return text;
   };
   std::string const text =

@@ -1,13 +1,55 @@
 // The program vornacl: how each verb ends, and what it says.
+#include <poll.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <fstream>
+#include <thread>
 
 #include <gmock/gmock.h>
+#include <sys/socket.h>
 
 #include "tests/tools/Program.h"
+#include "tools/vornacl/net/Address.h"
 
 namespace {
+
+/// A run, and how it has to end.
+struct Case {
+  char const* arguments;
+  int status;
+  std::string output;
+  std::string messages;  ///< begin so
+
+  void run() const {
+    ProgramResult const result = runProgram("vornacl", arguments);
+    EXPECT_EQ(result.status, status) << arguments << "\n" << result.messages;
+    EXPECT_EQ(result.output, output) << arguments;
+    EXPECT_THAT(result.messages, testing::StartsWith(messages)) << arguments;
+    EXPECT_EQ(result.messages.empty(), messages.empty()) << arguments;
+  }
+};
+
+/// Runs the program until it ends as wanted.
+void expectSoon(char const* arguments, int status = 0) {
+  auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (runProgram("vornacl", arguments).status != status) {
+    ASSERT_LT(std::chrono::steady_clock::now(), end) << arguments;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+}
+
+/// `vornacl serve` in a process of its own.
+class Serve : public Demo::ChildProcess {
+ public:
+  template <class... Argument>
+  explicit Serve(Argument... arguments) : ChildProcess(VORNACL_BIN_DIR "/vornacl", {"serve", arguments...}, {}, -1) {}
+  void signal(int number) const { ::kill(id(), number); }
+  bool ends() {
+    signal(SIGTERM);
+    return succeeded();
+  }
+};
 
 /// A folder with files to give to verbs, where programs run.
 class VornaclTest : public testing::Test {
@@ -42,12 +84,7 @@ class VornaclTest : public testing::Test {
 
 TEST_F(VornaclTest, endsAsDocumentedAndSaysWhy) {
   std::string const acl = " vornacl/chipRootConfig[0]/vornAclColl/acl[ipv4PAcl:0:in] ip ";
-  struct {
-    char const* arguments;
-    int status;
-    std::string output;
-    std::string messages;  ///< begin so
-  } const cases[] = {
+  Case const cases[] = {
       {"", 2, "", "vornacl: which verb?\n"},
       {"unknown", 2, "", "vornacl: there is no verb \"unknown\"\n"},
       {"load", 2, "", "vornacl: FILE is required\n"},
@@ -136,16 +173,73 @@ TEST_F(VornaclTest, endsAsDocumentedAndSaysWhy) {
       {"load list >/dev/full", 7, "", "vornacl: cannot write the results: No space left on device\n"},
       {"--help >/dev/full", 7, "", "vornacl: cannot write the results: No space left on device\n"},
   };
-  for (auto const& c : cases) {
-    ProgramResult const result = runProgram("vornacl", c.arguments);
-    EXPECT_EQ(result.status, c.status) << c.arguments << "\n" << result.messages;
-    EXPECT_EQ(result.output, c.output) << c.arguments;
-    EXPECT_THAT(result.messages, testing::StartsWith(c.messages)) << c.arguments;
-    EXPECT_EQ(result.messages.empty(), c.messages.empty()) << c.arguments;
+  for (Case const& c : cases) {
+    c.run();
   }
   if (geteuid() != 0) {
     EXPECT_EQ(runProgram("vornacl", "load secret").status, 4);
   }
+}
+
+TEST_F(VornaclTest, servesATreeToOtherProcesses) {
+  std::filesystem::copy("list", "rules");
+  std::optional<Serve> source;
+  source.emplace("rules", "--listen", "unix:source");
+  expectSoon("show unix:source");
+  Serve relay("--from", "unix:source", "--listen", "unix:relay");
+  expectSoon("show unix:relay");
+  Tools::Listener const odd(Tools::Address::of("unix:odd"));
+  std::jthread const answer([&] {
+    pollfd event{odd.number(), POLLIN, 0};
+    poll(&event, 1, -1);
+    send(odd.accept().number(), "220 mail.example.net\n", 21, 0);
+  });
+  auto const garbage = Tools::connectTo(Tools::Address::of("unix:source"), std::chrono::seconds(1));
+  send(garbage.number(), "GET / HTTP/1.1\n\n", 16, 0);
+  Case const cases[] = {
+      {"serve", 2, "", "vornacl: --listen is required\n"},
+      {"serve list --from unix:source --listen unix:x", 2, "", "vornacl: --from excludes FILE\n"},
+      {"serve list --listen unix:source", 3, "", "vornacl: unix:source: cannot listen: Address already in use\n"},
+      {"serve --listen tcp:", 2, "", "vornacl: tcp:: expected unix:PATH or tcp:HOST:PORT\n"},
+      {"serve broken --listen unix:x", 4, "", "vornacl: broken:2:24: "},
+      {"show unix:odd", 4, "", "vornacl: unix:odd: "},
+      {"show unix:x", 3, "", "vornacl: unix:x: cannot connect: No such file or directory\n"},
+      {"show file", 2, "", "vornacl: file: expected unix:PATH or tcp:HOST:PORT\n"},
+      {"show unix:relay vornacl/none", 6, "", "vornacl: path vornacl/none: "},
+      {"show unix:relay", 0,
+       "TYPE  NAME  RULES  PATH\nip    a         2  vornacl/chipRootConfig[0]/vornAclColl/acl[ipv4PAcl:0:in]\n", ""},
+      {"show unix:relay 'vornacl/chipRootConfig[0]/vornAclColl/acl[ipv4PAcl:0:in]'", 0,
+       "    10  permit tcp any any dport 80\n    20  deny ip any any\n", ""},
+      {"show unix:relay vornacl/chipRootConfig[0]/aclKeyToAclId --json | head -1", 0,
+       "{\"version\":1,\"event\":\"value\",\"path\":\"vornacl/chipRootConfig[0]/aclKeyToAclId\",\"attribute\":\"name\","
+       "\"value\":\"'aclKeyToAclId'\"}\n",
+       ""},
+      {"show unix:relay --text >tree", 0, "", ""},
+      {"diff tree unix:source", 0, "", "vornacl: equal\n"},
+      {"check unix:relay", 0, "", "vornacl: 2 rules in 1 list, 2 met\n"},
+      {"lookup unix:relay src=192.0.2.1 dst=192.0.2.2", 0,
+       "unix:relay: a 20 deny ip any any (passed over 1 of 2)\n  not protocol, destination port: unix:relay: a 10 "
+       "permit "
+       "tcp any any dport 80\n",
+       ""},
+  };
+  for (Case const& c : cases) {
+    c.run();
+  }
+  write("rules", "ip access-list a\n permit ip any any\n");
+  source->signal(SIGHUP);
+  expectSoon("diff rules unix:relay");
+  write("rules", "ip access-list a\n permit tcp any any eq 65536\n");
+  source->signal(SIGHUP);
+  EXPECT_TRUE(source->ends());
+  EXPECT_FALSE(std::filesystem::exists("source"));
+  expectSoon("show --timeout 0.2 unix:relay", 5);
+  source.emplace("dead", "--listen", "unix:source");
+  expectSoon("diff dead unix:relay");
+  source->kill();
+  source.emplace("list", "--listen", "unix:source");
+  expectSoon("diff list unix:relay");
+  EXPECT_TRUE(relay.ends());
 }
 
 TEST_F(VornaclTest, completesWordsAndPrintsItsManual) {

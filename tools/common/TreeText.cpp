@@ -65,10 +65,24 @@ class Dumper {
   std::function<void()> const& lineDone_;
 };
 
+/// Writes an entity that is of one of these types.
+template <class... X>
+void appendAny(Kro::Entity const& entity, Dumper& dumper) {
+  auto const append = [&](auto const* typed) {
+    if (typed != nullptr) {
+      dumper.entity(*typed);
+    }
+    return typed != nullptr;
+  };
+  (append(dynamic_cast<X const*>(&entity)) || ...);
+}
+
 }  // namespace
 
-void appendTree(std::string& text, Vorn::RootConfigColl const& tree, std::function<void()> const& lineDone) {
-  Dumper(text, lineDone).entity(tree);
+void appendTree(std::string& text, Kro::Entity const& entity, std::function<void()> const& lineDone) {
+  Dumper dumper(text, lineDone);
+  appendAny<Vorn::RootConfigColl, Vorn::RootConfig, Vorn::VornAclColl, Vorn::VornAcl, Vorn::AclKeyToAclIdMapping>(
+      entity, dumper);
 }
 
 }  // namespace Tools

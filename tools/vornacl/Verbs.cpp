@@ -21,9 +21,15 @@ constexpr char const* footer =
 std::vector<Verb> const& verbs() {
   static std::vector<Verb> const all = {
       {"load", "Read rules from files", declareLoad},
+      {"serve", "Serve rules to other processes", declareServe},
+      {"show", "Show what a process serves", declareShow},
+      {"get", "Tell an attribute of a process", declareGet},
+      {"set", "Change an attribute of a process", declareSet},
+      {"call", "Call a function of a process", declareCall},
+      {"wait", "Wait until an attribute of a process has a value", declareWait},
       {"check", "Find rules that no packet meets", declareCheck},
       {"lookup", "Find the rule that a packet meets first", declareLookup},
-      {"diff", "Compare the rules of two files", declareDiff},
+      {"diff", "Compare the rules of two files or processes", declareDiff},
       {"types", "Tell the types of the model and their attributes", declareTypes},
       {"completion", "Print what completes this program's words in a shell", declareCompletion},
       {"man", "Print the manual page", declareMan},

@@ -29,6 +29,12 @@ std::vector<Verb> const& verbs();
 void declareProgram(CLI::App& app, Output& output, std::vector<Run>& runs);
 
 Run declareLoad(CLI::App& app);
+Run declareServe(CLI::App& app);
+Run declareShow(CLI::App& app);
+Run declareGet(CLI::App& app);
+Run declareSet(CLI::App& app);
+Run declareCall(CLI::App& app);
+Run declareWait(CLI::App& app);
 Run declareCheck(CLI::App& app);
 Run declareLookup(CLI::App& app);
 Run declareDiff(CLI::App& app);

@@ -60,10 +60,10 @@ void Loader::adopt(RuleSet const& set, LoadedFile& file) {
   }
 }
 
-void Loader::appendText(std::string& text, std::function<void()> const& lineDone) const {
+void appendTreeText(std::string& text, Tree const& tree, std::function<void()> const& lineDone) {
   std::size_t lines = 0;
   text.append(treeHead) += '\n';
-  appendTree(text, *tree_, [&] { ++lines, lineDone(); });
+  appendTree(text, *tree, [&] { ++lines, lineDone(); });
   text.append(treeEnd).append(std::to_string(lines)) += " lines\n";
   lineDone();
 }

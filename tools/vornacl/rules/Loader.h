@@ -45,9 +45,6 @@ class Loader {
 
   /// Throws `BadData` for a tree behind other files.
   LoadedFile const& add(RuleSet const& set);
-  /// Appends the tree as text that `readTree` reads. `lineDone` as in `appendTree`.
-  void appendText(std::string& text, std::function<void()> const& lineDone) const;
-
   Tree const& tree() const { return tree_; }
   std::vector<LoadedFile> const& files() const { return files_; }
 
@@ -64,5 +61,8 @@ class Loader {
   std::map<Acl::AclType, std::uint8_t> lists_;  ///< of the chip, by their kind
   std::vector<LoadedFile> files_;
 };
+
+/// Appends a tree as text that `readTree` reads. `lineDone` as in `appendTree`.
+void appendTreeText(std::string& text, Tree const& tree, std::function<void()> const& lineDone);
 
 }  // namespace Tools

@@ -10,6 +10,10 @@ namespace Tools {
 namespace {
 
 using Kro::AttributeKind;
+
+IpRule ruleOf(Vorn::IpRuleConfig const& rule, Acl::AclType type) { return IpRule::of(rule, familyOf(type)); }
+MacRule ruleOf(Vorn::MacRuleConfig const& rule, Acl::AclType) { return {rule, 0xffff}; }
+
 using AnyEntity = std::variant<Kro::Ptr<Vorn::RootConfigColl>, Kro::Ptr<Vorn::RootConfig>, Kro::Ptr<Vorn::VornAclColl>,
                                Kro::Ptr<Vorn::VornAcl>, Kro::Ptr<Vorn::AclKeyToAclIdMapping>>;
 
@@ -240,8 +244,6 @@ class Reader {
       result_.rules.push_back({lists_.at(&entity), key, number_, ruleOf(value, entity.aclType())});
     }
   }
-  static IpRule ruleOf(Vorn::IpRuleConfig const& rule, Acl::AclType type) { return IpRule::of(rule, familyOf(type)); }
-  static MacRule ruleOf(Vorn::MacRuleConfig const& rule, Acl::AclType) { return {rule, 0xffff}; }
 
   /// Reads a value, which must be written as the model would write it.
   template <class T>
@@ -290,6 +292,21 @@ class Reader {
 };
 
 }  // namespace
+
+RuleSet ruleSetOf(Tree const& tree, std::string const& name) {
+  RuleSet set{name, Form::tree, {}, {}, tree, aclsOf(tree)};
+  for (auto const& acl : set.acls) {
+    auto const add = [&](auto const& records) {
+      for (auto const& record : records) {
+        set.rules.push_back({set.lists.size(), record.key(), 0, ruleOf(record.value(), acl->aclType())});
+      }
+    };
+    add(acl->ipRuleByIdMap());
+    add(acl->macRuleByIdMap());
+    set.lists.push_back({acl->aclType(), std::string(acl->cliName().view())});
+  }
+  return set;
+}
 
 RuleSet readTree(std::string_view text, std::string const& name) {
   Reader reader(name);

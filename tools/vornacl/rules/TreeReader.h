@@ -1,4 +1,4 @@
-// Reads a tree from its text.
+// Reads a tree from its text, and the rules of a tree.
 #pragma once
 
 #include <string_view>
@@ -11,8 +11,11 @@ namespace Tools {
 inline constexpr std::string_view treeHead = "# vornacl tree 1";
 inline constexpr std::string_view treeEnd = "# end of ";
 
-/// Reads what `Loader::appendText` writes; `name` is what errors call it. Every value must be written as the model
+/// Reads what `appendTreeText` writes; `name` is what errors call it. Every value must be written as the model
 /// writes it, so that none is changed by reading. Throws `BadData`.
 RuleSet readTree(std::string_view text, std::string const& name);
+
+/// The rules of a tree; they stand in no line.
+RuleSet ruleSetOf(Tree const& tree, std::string const& name);
 
 }  // namespace Tools

@@ -74,7 +74,7 @@ Exit checkFiles(CheckOptions const& options, Output& output) {
 
 Run declareCheck(CLI::App& app) {
   auto const options = std::make_shared<CheckOptions>();
-  app.add_option("FILE", options->files, "Files of rules, \"-\" is standard input")->required();
+  app.add_option("FILE", options->files, sourceHelp)->required();
   options->declare(app);
   app.add_flag("--json", options->isJson, "Tell each rule as an object on a line");
   app.footer(

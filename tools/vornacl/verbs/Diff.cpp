@@ -145,7 +145,7 @@ Exit diffFiles(DiffOptions const& options, Output& output) {
 
 Run declareDiff(CLI::App& app) {
   auto const options = std::make_shared<DiffOptions>();
-  app.add_option("A", options->a, "A file of rules, \"-\" is standard input")->required();
+  app.add_option("A", options->a, sourceHelp)->required();
   app.add_option("B", options->b, "Another one")->required();
   options->declare(app);
   app.add_flag("--json", options->isJson, "Tell each difference as an object on a line");

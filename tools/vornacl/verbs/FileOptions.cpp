@@ -1,6 +1,8 @@
 #include "tools/vornacl/verbs/FileOptions.h"
 
 #include "tools/vornacl/Output.h"
+#include "tools/vornacl/rules/TreeReader.h"
+#include "tools/vornacl/verbs/LiveOptions.h"
 
 namespace Tools {
 
@@ -30,9 +32,13 @@ void FileOptions::declare(CLI::App& app) {
   app.add_flag(
       "--loosen", read.loosens,
       "Of the flags of ClassBench filters, match those that a rule of the model can, and tell which it cannot");
+  LiveOptions::declareTimeout(app, seconds);
 }
 
 RuleSet FileOptions::readFile(std::string const& path, Refusals& refusals) const {
+  if (Address::isMeant(path)) {
+    return ruleSetOf(LiveTree(Address::of(path), LiveOptions::patienceOf(seconds)).tree(), path);
+  }
   std::vector<std::string> notes;
   RuleSet set = readFileOfRules(path, read, refusals, notes);
   for (std::string const& note : notes) {

@@ -50,7 +50,7 @@ Exit load(LoadOptions options, Output& output) {
     }
   }
   if (options.isText) {
-    loader.appendText(output.text(), [&] { output.lineDone(); });
+    appendTreeText(output.text(), loader.tree(), [&] { output.lineDone(); });
   }
   options.tell(refusals);
   return Exit::done;
@@ -60,7 +60,7 @@ Exit load(LoadOptions options, Output& output) {
 
 Run declareLoad(CLI::App& app) {
   auto const options = std::make_shared<LoadOptions>();
-  app.add_option("FILE", options->files, "Files of rules, \"-\" is standard input")->required();
+  app.add_option("FILE", options->files, sourceHelp)->required();
   options->declare(app);
   app.add_flag("--expand", options->expands, "Write a rule as several exact ones under its number where it takes that");
   auto* const print = app.add_flag("--print", options->prints, "Print each rule as its canonical line, nothing else");

@@ -151,7 +151,7 @@ Exit lookup(LookupOptions const& options, Output& output) {
 
 Run declareLookup(CLI::App& app) {
   auto const options = std::make_shared<LookupOptions>();
-  app.add_option("FILE", options->file, "A file of rules, \"-\" is standard input")->required();
+  app.add_option("FILE", options->file, sourceHelp)->required();
   app.add_option("PACKET", options->packet, "Fields of a packet; \"-\" reads packets from standard input, one a line")
       ->required();
   options->declare(app);

@@ -7,7 +7,7 @@
 
 namespace Tools {
 
-/// "FILE:LINE: LIST NUMBER RULE"
+/// "FILE:LINE: LIST NUMBER RULE"; a rule of a live tree has no line.
 std::string textOf(RuleList const& list, ListedRule const& rule);
 /// The same as an object.
 nlohmann::ordered_json jsonOf(RuleList const& list, ListedRule const& rule);
