@@ -30,7 +30,8 @@ class SocketLink {
   using Connection = NboAttrLog::Connection;
   enum class State {
     open,
-    ended,   ///< the peer has closed its end, or is gone
+    ended,   ///< the peer has closed its end
+    reset,   ///< the peer is gone, and may not have taken all
     failed,  ///< the socket failed, or the connection was lost
   };
 
@@ -69,8 +70,10 @@ class SocketLink {
         requireConnection();
       } else if (length == 0) {
         end(State::ended, "the peer has ended the stream");
-      } else if (!failedForGood("cannot receive")) {
+      } else if (isForLater()) {
         return false;
+      } else {
+        fail("cannot receive");
       }
     }
     return false;
@@ -83,8 +86,12 @@ class SocketLink {
       ssize_t const length = send(socket_, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
       if (length >= 0) {
         connection_->sent(static_cast<std::size_t>(length));
-      } else if (!failedForGood("cannot send")) {
+      } else if (isForLater()) {
         return;
+      } else if (isGone()) {
+        isFinished_ = true;  // what the peer said before is still to be read, and its end behind that
+      } else {
+        fail("cannot send");
       }
     }
   }
@@ -99,21 +106,18 @@ class SocketLink {
   /// Tells the peer that nothing follows; what still waits is not sent. The peer may go on.
   void finish() {
     if (isOpen() && !std::exchange(isFinished_, true) && shutdown(socket_, SHUT_WR) != 0) {
-      failedForGood("cannot end the stream");
+      fail("cannot end the stream");
     }
   }
 
  private:
-  /// After a call that failed: whether that ends the link.
-  bool failedForGood(std::string_view what) {
+  /// Of a call that failed.
+  static bool isForLater() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
+  static bool isGone() { return errno == EPIPE || errno == ECONNRESET || errno == ENOTCONN; }
+  void fail(std::string_view what) {
     int const error = errno;
-    if (error == EAGAIN || error == EWOULDBLOCK || error == EINTR) {
-      return false;
-    }
-    bool const isGone = error == EPIPE || error == ECONNRESET || error == ENOTCONN;
-    end(isGone ? State::ended : State::failed,
+    end(isGone() ? State::reset : State::failed,
         std::string(what).append(": ").append(std::generic_category().message(error)));
-    return true;
   }
   void requireConnection() {
     if (isOpen() && connection_->state() == Connection::State::lost) {

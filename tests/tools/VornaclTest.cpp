@@ -188,6 +188,8 @@ TEST_F(VornaclTest, servesATreeToOtherProcesses) {
   expectSoon("show unix:source");
   Serve relay("--from", "unix:source", "--listen", "unix:relay");
   expectSoon("show unix:relay");
+  Serve closed("list", "--read-only", "--listen", "unix:closed");
+  expectSoon("show unix:closed");
   Tools::Listener const odd(Tools::Address::of("unix:odd"));
   std::jthread const answer([&] {
     pollfd event{odd.number(), POLLIN, 0};
@@ -198,7 +200,7 @@ TEST_F(VornaclTest, servesATreeToOtherProcesses) {
   send(garbage.number(), "GET / HTTP/1.1\n\n", 16, 0);
   Case const cases[] = {
       {"serve", 2, "", "vornacl: --listen is required\n"},
-      {"serve list --from unix:source --listen unix:x", 2, "", "vornacl: --from excludes FILE\n"},
+      {"serve list --from unix:source --listen unix:x", 2, "", "vornacl: FILE excludes --from\n"},
       {"serve list --listen unix:source", 3, "", "vornacl: unix:source: cannot listen: Address already in use\n"},
       {"serve --listen tcp:", 2, "", "vornacl: tcp:: expected unix:PATH or tcp:HOST:PORT\n"},
       {"serve broken --listen unix:x", 4, "", "vornacl: broken:2:24: "},
@@ -212,10 +214,28 @@ TEST_F(VornaclTest, servesATreeToOtherProcesses) {
        "    10  permit tcp any any dport 80\n    20  deny ip any any\n", ""},
       {"show unix:relay vornacl/chipRootConfig[0]/aclKeyToAclId --json | head -1", 0,
        "{\"version\":1,\"event\":\"value\",\"path\":\"vornacl/chipRootConfig[0]/aclKeyToAclId\",\"attribute\":\"name\","
-       "\"value\":\"'aclKeyToAclId'\"}\n",
+       "\"value\":\"'AclKeyToAclId'\"}\n",
        ""},
       {"show unix:relay --text >tree", 0, "", ""},
       {"diff tree unix:source", 0, "", "vornacl: equal\n"},
+      {"get unix:relay vornacl/none action", 6, "", "vornacl: path vornacl/none: "},
+      {"get unix:relay vornacl/chipRootConfig[0] none", 6, "", "vornacl: Vorn::RootConfig has no attribute \"none\"\n"},
+      {"get unix:relay vornacl chipRootConfig", 2, "", "vornacl: chipRootConfig is a collection: [KEY] must follow\n"},
+      {"get unix:relay vornacl chipRootConfig[5]", 6, "",
+       "vornacl: chipRootConfig[5]: there is nothing under this key\n"},
+      {"get unix:relay vornacl/chipRootConfig[0] action", 0, "'vornCompute'\n", ""},
+      {"set unix:relay vornacl/chipRootConfig[0] action x", 4, "", "vornacl: VALUE: "},
+      {"set unix:relay vornacl/chipRootConfig[0] rootConfigId 1", 4, "", "vornacl: rootConfigId: "},
+      {"set unix:closed vornacl/chipRootConfig[0] action vornLoad", 1, "",
+       "vornacl: unix:closed: not taken, it is 'vornCompute'\n"},
+      {"set unix:relay vornacl/chipRootConfig[0] action vornLoad", 0, "", ""},
+      {"wait unix:source vornacl/chipRootConfig[0] action eq vornLoad", 0, "", ""},
+      {"wait unix:source vornacl/chipRootConfig[0] vornRootKick '>=' 1 --timeout 0.2", 5, "", "vornacl: unix:source: "},
+      {"wait unix:source vornacl/chipRootConfig[0] action lt vornLoad", 2, "", "vornacl: \"'vornLoad'\" is no number"},
+      {"call unix:relay vornacl/chipRootConfig[0] equal vornacl/chipRootConfig[0]", 0, "true\n", ""},
+      {"call unix:relay vornacl/chipRootConfig[0] equal", 2, "", "vornacl: equal takes 1 argument\n"},
+      {"call unix:relay vornacl/chipRootConfig[0] action", 6, "",
+       "vornacl: Vorn::RootConfig has no function \"action\"\n"},
       {"check unix:relay", 0, "", "vornacl: 2 rules in 1 list, 2 met\n"},
       {"lookup unix:relay src=192.0.2.1 dst=192.0.2.2", 0,
        "unix:relay: a 20 deny ip any any (passed over 1 of 2)\n  not protocol, destination port: unix:relay: a 10 "
@@ -252,7 +272,7 @@ TEST_F(VornaclTest, completesWordsAndPrintsItsManual) {
       "--expand\ndiff\nVorn::AceIndex\n");
   std::string const manual = runProgram("vornacl", "man").output;
   EXPECT_THAT(manual, testing::StartsWith(".TH VORNACL 1\n"));
-  EXPECT_THAT(manual, testing::HasSubstr(".SS diff\nCompare the rules of two files.\n"));
+  EXPECT_THAT(manual, testing::HasSubstr(".SS diff\nCompare the rules of two files or processes.\n"));
   EXPECT_THAT(manual, testing::HasSubstr("\n  4  data cannot be read; the message tells the place\n"));
 }
 

@@ -43,7 +43,8 @@ bool LiveTree::moveUntil(std::function<bool()> const& condition, Clock::time_poi
 
 void LiveTree::finish() {
   auto const end = Clock::now() + patience_;
-  bool const isSent = moveUntil([this] { return link_->stream.isOpen() && !link_->stream.wantsToWrite(); }, end);
+  bool const isSent = moveUntil([this] { return link_->connection().pending().empty(); }, end);
+  requireOpen();
   link_->stream.finish();
   // The process closes its end when it has read, and so applied, what was sent.
   auto const isEnded = [this] { return link_->stream.state() == SocketLink::State::ended; };
@@ -54,8 +55,8 @@ void LiveTree::finish() {
 
 void LiveTree::requireOpen() const {
   if (!link_->stream.isOpen()) {
-    bool const isEnded = link_->stream.state() == SocketLink::State::ended;
-    throw Failure(isEnded ? Exit::noConnection : Exit::badData, address_.text + ": " + link_->stream.reason());
+    bool const isBad = link_->stream.state() == SocketLink::State::failed;
+    throw Failure(isBad ? Exit::badData : Exit::noConnection, address_.text + ": " + link_->stream.reason());
   }
 }
 

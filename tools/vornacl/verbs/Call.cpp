@@ -44,7 +44,7 @@ Run declareCall(CLI::App& app) {
   options->declare(app);
   app.add_option("PATH", options->path, "The entity, as show tells it")->required();
   app.add_option("FUNCTION", options->function, "Its function, as types tells it")->required();
-  app.add_option("ARGUMENT", options->arguments, "Values in the form that get prints; an entity is its path in quotes");
+  app.add_option("ARGUMENT", options->arguments, "Values in the form that get prints, entities by their paths");
   app.footer("The function runs here, on a copy of the tree; what it changes is sent to the process.");
   return [options](Output& output) { return call(*options, output); };
 }

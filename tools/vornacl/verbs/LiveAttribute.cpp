@@ -18,11 +18,16 @@ Kro::Ptr<Kro::GenericIf> reflectionAt(Tree const& tree, std::string const& path)
 
 Kro::Ptr<Kro::GenericIf> valueOf(Tree const& tree, Kro::Ptr<Kro::KroType const> const& type, std::string const& word,
                                  std::string const& what) {
+  Kro::EntityTextScope const scope(tree);
   try {
-    Kro::EntityTextScope const scope(tree);
     return type->genericIf(String8(word), false);
   } catch (Kro::Exception const& error) {
-    throw Failure(Exit::badData, what + ": " + error.what());
+    std::string const reason = what + ": " + error.what();
+    try {
+      return type->genericIf(String8("'" + word + "'"), false);
+    } catch (Kro::Exception const&) {
+      throw Failure(Exit::badData, reason);
+    }
   }
 }
 

@@ -11,7 +11,7 @@ namespace Tools {
 /// The entity at a path, or the root without one. Throws `Failure` of `Exit::notFound`.
 Kro::Ptr<Kro::GenericIf> reflectionAt(Tree const& tree, std::string const& path);
 
-/// The value that a word denotes, which errors call `what`. Throws `Failure` of `Exit::badData`.
+/// The value that a word denotes, in quotes or without; errors call it `what`. Throws `Failure` of `Exit::badData`.
 Kro::Ptr<Kro::GenericIf> valueOf(Tree const& tree, Kro::Ptr<Kro::KroType const> const& type, std::string const& word,
                                  std::string const& what);
 
