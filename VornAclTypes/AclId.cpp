@@ -41,12 +41,13 @@ AclId::AclId(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const&
   }
 }
 
-void AclId::strepTo(std::string& text) const {
-  text += stringValue(tableType_).view();
-  text += ':';
-  chipRuleListId_.strepTo(text);
-  text += ':';
-  text += stringValue(direction_).view();
+std::size_t AclId::textRoom() const {
+  return stringValue(tableType_).length() + chipRuleListId_.textRoom() + stringValue(direction_).length() + 2;
+}
+char* AclId::textTo(char* to) const {
+  to = Kro::putText(to, stringValue(tableType_).view());
+  to = chipRuleListId_.textTo(Kro::putText(to, ":"));
+  return Kro::putText(Kro::putText(to, ":"), stringValue(direction_).view());
 }
 
 }  // namespace Vorn

@@ -25,7 +25,8 @@ class VORNACL_API AclId : public Kro::Value<AclId> {
   ChipRuleListId chipRuleListId() const { return chipRuleListId_; }
   Acl::AclDirection direction() const { return direction_; }
 
-  void strepTo(std::string& text) const;
+  std::size_t textRoom() const;
+  char* textTo(char* to) const;
   bool operator==(AclId const&) const = default;
 
   struct Attributes;

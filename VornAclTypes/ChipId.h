@@ -14,7 +14,8 @@ class VORNACL_API ChipId : public Kro::Value<ChipId> {
   ChipId(Kro::NboAttrLog::In* in, Kro::StreamBogon) { readLog(*in); }
 
   std::uint16_t value() const { return value_; }
-  void strepTo(std::string& text) const { Kro::appendInteger(text, value_); }
+  std::size_t textRoom() const { return Kro::maxDigits<std::uint16_t>; }
+  char* textTo(char* to) const { return Kro::putInteger(to, value_); }
   bool operator==(ChipId const&) const = default;
 
   struct Attributes;

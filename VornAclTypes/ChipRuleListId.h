@@ -21,7 +21,8 @@ class VORNACL_API ChipRuleListId : public Kro::Value<ChipRuleListId> {
   void valueIs(std::uint8_t value) { value_ = value; }
   /// The value itself, unmixed.
   std::uint32_t hash() const { return value_; }
-  void strepTo(std::string& text) const { Kro::appendInteger(text, value_); }
+  std::size_t textRoom() const { return Kro::maxDigits<std::uint8_t>; }
+  char* textTo(char* to) const { return Kro::putInteger(to, value_); }
   bool operator==(ChipRuleListId const&) const = default;
 
   struct Attributes;

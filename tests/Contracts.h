@@ -104,7 +104,7 @@ void checkText(std::vector<T> const& samples) {
     EXPECT_TRUE(Kro::valueToStrep(Kro::strepToValue<T>(text)) == text);
     String8 const longer = text + ", 'next'";
     auto it = longer.begin();
-    EXPECT_TRUE(Kro::Codec<T>::parse(it, longer.end()) == sample);
+    EXPECT_TRUE(Kro::sequenceToValue(it, longer.end(), static_cast<T*>(nullptr)) == sample);
     EXPECT_EQ(it.index(), text.length()) << "reads too little or too much";
     EXPECT_THROW(Kro::strepToValue<T>(longer), Kro::RangeException);
     EXPECT_THROW(Kro::strepToValue<T>(String8()), Kro::RangeException);

@@ -46,26 +46,32 @@ std::uint32_t EthAddr::hash() const {
 }
 
 Kro::String8 EthAddr::stringValue() const {
-  std::string text;
-  stringTo(text);
-  return Kro::String8(std::string_view(text));
+  char text[bareLength];
+  return Kro::String8(std::string_view(text, static_cast<std::size_t>(putBare(text) - text)));
 }
 
 void EthAddr::stringTo(std::string& text) const {
+  char bare[bareLength];
+  text.append(bare, putBare(bare));
+}
+
+char* EthAddr::putBare(char* to) const {
   constexpr char const* digits = "0123456789abcdef";
   for (std::size_t i = 0; i < bytes_.size(); ++i) {
     if (i != 0) {
-      text += ':';
+      *to++ = ':';
     }
-    text += digits[bytes_[i] >> 4U];
-    text += digits[bytes_[i] & 15U];
+    *to++ = digits[bytes_[i] >> 4U];
+    *to++ = digits[bytes_[i] & 15U];
   }
+  return to;
 }
 
-void EthAddr::strepTo(std::string& text) const {
-  text += '\'';
-  stringTo(text);
-  text += '\'';
+char* EthAddr::textTo(char* to) const {
+  *to++ = '\'';
+  to = putBare(to);
+  *to++ = '\'';
+  return to;
 }
 
 Kro::Ptr<Kro::KroType const> EthAddr::_fwkType() { return Kro::detail::platformType<EthAddr>("Dorix::EthAddr"); }

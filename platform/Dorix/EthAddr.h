@@ -41,8 +41,9 @@ class VORNACL_API EthAddr {
   Kro::String8 stringValue() const;
   /// Appends the bare text.
   void stringTo(std::string& text) const;
-  /// Appends the text form.
-  void strepTo(std::string& text) const;
+  /// Writes the text form.
+  std::size_t textRoom() const { return bareLength + 2; }
+  char* textTo(char* to) const;
 
   static constexpr std::size_t logMaxSize = 6;
   std::uint8_t* logTo(std::uint8_t* to) const {
@@ -59,6 +60,8 @@ class VORNACL_API EthAddr {
   Kro::Ptr<Kro::KroType const> fwkType() const { return _fwkType(); }
 
  private:
+  static constexpr std::size_t bareLength = 17;
+  char* putBare(char* to) const;
   constexpr std::uint64_t number() const {
     // Written out, since g++ makes a loop of a loop.
     return std::uint64_t{bytes_[0]} << 40 | std::uint64_t{bytes_[1]} << 32 | std::uint64_t{bytes_[2]} << 24 |

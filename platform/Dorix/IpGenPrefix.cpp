@@ -9,17 +9,16 @@ namespace Dorix {
 
 namespace {
 
-[[noreturn]] void throwNoPrefix(Kro::String8 const& text) {
-  Kro::throwRangeException("not an IP prefix: \"" + text + "\"");
+[[noreturn]] void throwNoPrefix(std::string_view text) {
+  Kro::throwRangeException("not an IP prefix: \"" + Kro::String8(text) + "\"");
 }
 
 }  // namespace
 
-IpGenPrefix::IpGenPrefix(Kro::String8 const& text) {
-  if (text.empty()) {
+void IpGenPrefix::readBare(std::string_view all) {
+  if (all.empty()) {
     return;
   }
-  std::string_view const all = text.view();
   std::size_t const slash = all.find('/');
   std::string_view const address = all.substr(0, slash);
   bool const isIpv6 = address.find(':') != std::string_view::npos;
@@ -27,12 +26,17 @@ IpGenPrefix::IpGenPrefix(Kro::String8 const& text) {
   if (slash == std::string_view::npos || !detail::readDecimal(all.substr(slash + 1), maxLength(family_), length_) ||
       !(isIpv6 ? detail::readIpv6(address, bytes_) : detail::readIpv4(address, bytes_.data())) ||
       hasBitsBeyond(detail::wordsOf(bytes_), length_)) {
-    throwNoPrefix(text);
+    throwNoPrefix(all);
   }
 }
 
-IpGenPrefix::IpGenPrefix(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end)
-    : IpGenPrefix(Kro::sequenceToValue(it, end, static_cast<Kro::String8*>(nullptr))) {}
+IpGenPrefix::IpGenPrefix(Kro::String8 const& text) { readBare(text.view()); }
+
+IpGenPrefix::IpGenPrefix(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const& end) {
+  Kro::TextCursor in(it, end);
+  std::string spare;
+  readBare(Kro::readQuoted(in, spare));
+}
 
 IpGenPrefix IpGenPrefix::fromBytes(IpFamily family, IpBytes const& bytes, std::uint32_t length) {
   if (family > IpFamily::ipv6) {
@@ -57,29 +61,30 @@ std::uint32_t IpGenPrefix::hash() const {
   return hash.value();
 }
 
+char* IpGenPrefix::putBare(char* to) const {
+  if (family_ == IpFamily::unset) {
+    return to;
+  }
+  to = family_ == IpFamily::ipv4 ? detail::putIpv4(to, bytes_) : detail::putIpv6(to, bytes_);
+  *to++ = '/';
+  return Kro::putInteger(to, length_);
+}
+
 Kro::String8 IpGenPrefix::stringValue() const {
-  std::string text;
-  stringTo(text);
-  return Kro::String8(std::string_view(text));
+  char text[maxBareText];
+  return Kro::String8(std::string_view(text, static_cast<std::size_t>(putBare(text) - text)));
 }
 
 void IpGenPrefix::stringTo(std::string& text) const {
-  if (family_ == IpFamily::unset) {
-    return;
-  }
-  if (family_ == IpFamily::ipv4) {
-    detail::appendIpv4(text, bytes_);
-  } else {
-    detail::appendIpv6(text, bytes_);
-  }
-  text += '/';
-  Kro::appendInteger(text, length_);
+  char bare[maxBareText];
+  text.append(bare, putBare(bare));
 }
 
-void IpGenPrefix::strepTo(std::string& text) const {
-  text += '\'';
-  stringTo(text);
-  text += '\'';
+char* IpGenPrefix::textTo(char* to) const {
+  *to++ = '\'';
+  to = putBare(to);
+  *to++ = '\'';
+  return to;
 }
 
 Kro::Ptr<Kro::KroType const> IpGenPrefix::_fwkType() {

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <iosfwd>
 #include <string>
+#include <string_view>
 
 #include "platform/Dorix/IpAddr.h"
 #include "platform/Dorix/KroOperations.h"
@@ -64,8 +65,9 @@ class VORNACL_API IpGenPrefix {
   Kro::String8 stringValue() const;
   /// Appends the bare text.
   void stringTo(std::string& text) const;
-  /// Appends the text form.
-  void strepTo(std::string& text) const;
+  /// Writes the text form.
+  std::size_t textRoom() const { return maxBareText + 2; }
+  char* textTo(char* to) const;
 
   static constexpr std::size_t logMaxSize = 18;
   inline std::uint8_t* logTo(std::uint8_t* to) const;
@@ -76,6 +78,10 @@ class VORNACL_API IpGenPrefix {
   Kro::Ptr<Kro::KroType const> fwkType() const { return _fwkType(); }
 
  private:
+  static constexpr std::size_t maxBareText = 48;
+  char* putBare(char* to) const;
+  void readBare(std::string_view text);
+
   constexpr IpGenPrefix(IpFamily family, IpBytes const& bytes, std::uint32_t length)
       : family_(family), bytes_(bytes), length_(length) {}
 

@@ -18,10 +18,6 @@ std::uint32_t IpProto::hash() const {
 
 Kro::Ptr<Kro::KroType const> IpProto::_fwkType() { return Kro::detail::platformType<IpProto>("Dorix::IpProto"); }
 
-std::ostream& operator<<(std::ostream& out, IpProto proto) {
-  std::string text;
-  proto.strepTo(text);
-  return out << text;
-}
+std::ostream& operator<<(std::ostream& out, IpProto proto) { return out << Kro::valueToStrep(proto); }
 
 }  // namespace Dorix

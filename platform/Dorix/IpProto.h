@@ -25,8 +25,9 @@ class VORNACL_API IpProto {
   /// Murmur hash of the one byte.
   std::uint32_t hash() const;
 
-  /// Appends the text form.
-  void strepTo(std::string& text) const { Kro::appendInteger(text, number_); }
+  /// Writes the text form.
+  std::size_t textRoom() const { return Kro::maxDigits<std::uint8_t>; }
+  char* textTo(char* to) const { return Kro::putInteger(to, number_); }
 
   static constexpr std::size_t logMaxSize = 1;
   std::uint8_t* logTo(std::uint8_t* to) const { return Kro::storeBigEndian(to, number_); }

@@ -63,24 +63,23 @@ ZeroRun longestZeroRun(std::array<std::uint16_t, groupCount> const& groups) {
   return longest;
 }
 
-void appendHex(std::string& text, std::uint16_t number) {
-  char digits[4];
-  auto const done = std::to_chars(digits, digits + sizeof digits, number, 16);
-  text.append(digits, done.ptr);
-}
-
 }  // namespace
 
 bool readDecimal(std::string_view text, std::uint32_t limit, std::uint32_t& number) {
   bool const hasLeadingZero = text.size() > 1 && text.front() == '0';
-  return text.size() <= 3 && !hasLeadingZero && readWhole(text, 10, number) && number <= limit;
+  number = 0;
+  for (char const c : text) {
+    number = number * 10 + static_cast<unsigned char>(c - '0');
+  }
+  return !text.empty() && text.size() <= 3 && !hasLeadingZero && std::all_of(text.begin(), text.end(), Kro::isDigit) &&
+         number <= limit;
 }
 
 bool readIpv4(std::string_view text, std::uint8_t* to) {
   for (std::size_t i = 0; i < 4; ++i) {
-    std::size_t const dot = i < 3 ? text.find('.') : text.size();
+    std::size_t const dot = i < 3 ? std::min(text.find('.'), text.size()) : text.size();
     std::uint32_t number = 0;
-    if (dot == std::string_view::npos || !readDecimal(text.substr(0, dot), 255, number)) {
+    if (!readDecimal(text.substr(0, dot), 255, number) || (i < 3) != (dot != text.size())) {
       return false;
     }
     to[i] = static_cast<std::uint8_t>(number);
@@ -105,32 +104,37 @@ bool readIpv6(std::string_view text, IpBytes& to) {
   return true;
 }
 
-void appendIpv4(std::string& text, IpBytes const& bytes) {
+char* putIpv4(char* to, IpBytes const& bytes) {
   for (std::size_t i = 0; i < 4; ++i) {
     if (i != 0) {
-      text += '.';
+      *to++ = '.';
     }
-    Kro::appendInteger(text, bytes[i]);
+    to = Kro::putInteger(to, bytes[i]);
   }
+  return to;
 }
 
-void appendIpv6(std::string& text, IpBytes const& bytes) {
+char* putIpv6(char* to, IpBytes const& bytes) {
   std::array<std::uint16_t, groupCount> groups{};
   for (std::size_t i = 0; i < groupCount; ++i) {
     groups[i] = Kro::loadBigEndian<std::uint16_t>(bytes.data() + 2 * i);
   }
   ZeroRun const gap = longestZeroRun(groups);
+  bool isBehindColon = true;
   for (std::size_t i = 0; i < groupCount; ++i) {
     if (i == gap.first) {
-      text += "::";
+      to = Kro::putText(to, "::");
       i += gap.length - 1;
+      isBehindColon = true;
       continue;
     }
-    if (i != 0 && text.back() != ':') {
-      text += ':';
+    if (!isBehindColon) {
+      *to++ = ':';
     }
-    appendHex(text, groups[i]);
+    to = std::to_chars(to, to + 4, groups[i], 16).ptr;
+    isBehindColon = false;
   }
+  return to;
 }
 
 }  // namespace Dorix::detail

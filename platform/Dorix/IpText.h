@@ -2,7 +2,6 @@
 // the platform's own .cpp files.
 #pragma once
 
-#include <string>
 #include <string_view>
 
 #include "platform/Dorix/IpAddr.h"
@@ -18,9 +17,9 @@ bool readIpv4(std::string_view text, std::uint8_t* to);
 /// False for any other text.
 bool readIpv6(std::string_view text, IpBytes& to);
 
-/// Appends four decimal numbers joined by dots.
-void appendIpv4(std::string& text, IpBytes const& bytes);
-/// Appends the form of RFC 5952, section 4, in hexadecimal throughout.
-void appendIpv6(std::string& text, IpBytes const& bytes);
+/// Writes four decimal numbers joined by dots and returns their end. There is room for 18 characters.
+char* putIpv4(char* to, IpBytes const& bytes);
+/// Writes the form of RFC 5952, section 4, in hexadecimal throughout, and returns its end. There is room for 40.
+char* putIpv6(char* to, IpBytes const& bytes);
 
 }  // namespace Dorix::detail

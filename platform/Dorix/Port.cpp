@@ -18,10 +18,6 @@ std::uint32_t Port::hash() const {
 
 Kro::Ptr<Kro::KroType const> Port::_fwkType() { return Kro::detail::platformType<Port>("Dorix::Port"); }
 
-std::ostream& operator<<(std::ostream& out, Port port) {
-  std::string text;
-  port.strepTo(text);
-  return out << text;
-}
+std::ostream& operator<<(std::ostream& out, Port port) { return out << Kro::valueToStrep(port); }
 
 }  // namespace Dorix

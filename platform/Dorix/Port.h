@@ -26,8 +26,9 @@ class VORNACL_API Port {
   /// Takes part in the hash of a record with its two bytes, low byte first.
   void mixInto(Kro::Hash& hash) const { hash.mixInteger(number_, 2); }
 
-  /// Appends the text form.
-  void strepTo(std::string& text) const { Kro::appendInteger(text, number_); }
+  /// Writes the text form.
+  std::size_t textRoom() const { return Kro::maxDigits<std::uint16_t>; }
+  char* textTo(char* to) const { return Kro::putInteger(to, number_); }
 
   static constexpr std::size_t logMaxSize = 2;
   std::uint8_t* logTo(std::uint8_t* to) const { return Kro::storeBigEndian(to, number_); }

@@ -8,6 +8,7 @@
 #include <concepts>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <new>
 #include <string>
 #include <type_traits>
@@ -27,8 +28,9 @@ namespace Kro {
 ///   put(to, value) -> end   writes the attribute-log form to a place that has room for it
 ///   get(cursor) -> value    reads it
 ///   mix(hash, value)        appends the value to a hash of attributes
-///   strep(text, value)      appends the text form
-///   parse(it, end) -> value reads the text form
+///   textRoom(value)         characters of room that `putText` needs
+///   putText(to, value) -> end   writes the text form to a place that has room for it
+///   parse(cursor) -> value  reads the text form
 template <class T>
 struct Codec;
 
@@ -54,11 +56,12 @@ requires(std::integral<T> && !std::same_as<T, bool>) struct Codec<T> {
     static_assert(sizeof(T) <= 4, "a hash takes attributes of at most four bytes");
     hash.mixInteger(static_cast<std::uint32_t>(value), sizeof(T));
   }
-  static void strep(std::string& text, T value) { appendInteger(text, value); }
+  static constexpr std::size_t textRoom(T) { return maxDigits<T>; }
+  static char* putText(char* to, T value) { return putInteger(to, value); }
   /// Truncated to a width below 64 bits without a range check.
-  static T parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
+  static T parse(TextCursor& in) {
     using Read = std::conditional_t<std::unsigned_integral<T> && sizeof(T) == 8, unsigned long long, long long>;
-    return static_cast<T>(sequenceToValue(it, end, static_cast<Read*>(nullptr)));
+    return static_cast<T>(readInteger<Read>(in));
   }
 };
 
@@ -77,10 +80,9 @@ struct Codec<bool> {
     return byte != 0;
   }
   static void mix(Hash& hash, bool value) { hash.mixInteger(value ? 1 : 0, 1); }
-  static void strep(std::string& text, bool value) { text += value ? "true" : "false"; }
-  static bool parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
-    return sequenceToValue(it, end, static_cast<bool*>(nullptr));
-  }
+  static constexpr std::size_t textRoom(bool) { return maxBool; }
+  static char* putText(char* to, bool value) { return putBool(to, value); }
+  static bool parse(TextCursor& in) { return readBool(in); }
 };
 
 template <>
@@ -90,10 +92,9 @@ struct Codec<double> {
     return storeBigEndian(to, std::bit_cast<std::uint64_t>(value));
   }
   static double get(InCursor& in) { return std::bit_cast<double>(in.next<std::uint64_t>()); }
-  static void strep(std::string& text, double value) { appendDouble(text, value); }
-  static double parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
-    return sequenceToValue(it, end, static_cast<double*>(nullptr));
-  }
+  static constexpr std::size_t textRoom(double) { return maxDouble; }
+  static char* putText(char* to, double value) { return putDouble(to, value); }
+  static double parse(TextCursor& in) { return readDouble(in); }
 };
 
 /// Written as a signed 32-bit number; read as an unsigned one that must have an enumerator.
@@ -103,13 +104,20 @@ struct Codec<E> {
   static std::uint8_t* put(std::uint8_t* to, E value) { return storeBigEndian(to, static_cast<std::uint32_t>(value)); }
   static E get(InCursor& in) { return enumeratorOf<E>(in.next<std::uint32_t>()); }
   static void mix(Hash& hash, E value) { hash.mixInteger(static_cast<std::uint32_t>(value), 4); }
-  static void strep(std::string& text, E value) {
-    text += '\'';
-    text += stringValue(value).view();
-    text += '\'';
+  static constexpr std::size_t textRoom(E value) {
+    std::string_view const name = enumeratorName(value);
+    return 2 + (!name.empty() ? name.size() : enumerationName<E>().size() + 2 + maxDigits<std::int32_t>);
   }
-  static E parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
-    return enumeratorOf<E>(sequenceToValue(it, end, static_cast<String8*>(nullptr)));
+  static char* putText(char* to, E value) {
+    *to++ = '\'';
+    std::string_view const name = enumeratorName(value);
+    to = Kro::putText(to, !name.empty() ? name : stringValue(value).view());
+    *to++ = '\'';
+    return to;
+  }
+  static E parse(TextCursor& in) {
+    std::string spare;
+    return enumeratorNamed<E>(readQuoted(in, spare));
   }
 };
 
@@ -122,9 +130,11 @@ struct Codec<String8> {
     return std::copy_n(value.view().data(), value.length(), to);
   }
   static void mix(Hash& hash, String8 const& value) { hash.mixInteger(value.hash(), 4); }
-  static void strep(std::string& text, String8 const& value) { appendQuoted(text, value.view()); }
-  static String8 parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
-    return sequenceToValue(it, end, static_cast<String8*>(nullptr));
+  static std::size_t textRoom(String8 const& value) { return roomOfQuoted(value.view()); }
+  static char* putText(char* to, String8 const& value) { return putQuoted(to, value.view()); }
+  static String8 parse(TextCursor& in) {
+    std::string spare;
+    return String8(readQuoted(in, spare));
   }
 };
 
@@ -134,10 +144,9 @@ struct Codec<Name> {
   static std::size_t size(Name const& value) { return Codec<String8>::size(value.string()); }
   static std::uint8_t* put(std::uint8_t* to, Name const& value) { return Codec<String8>::put(to, value.string()); }
   static void mix(Hash& hash, Name const& value) { Codec<String8>::mix(hash, value.string()); }
-  static void strep(std::string& text, Name const& value) { appendQuoted(text, value.view()); }
-  static Name parse(String8::IteratorConst& it, String8::IteratorConst const& end) {
-    return Codec<String8>::parse(it, end);
-  }
+  static std::size_t textRoom(Name const& value) { return roomOfQuoted(value.view()); }
+  static char* putText(char* to, Name const& value) { return putQuoted(to, value.view()); }
+  static Name parse(TextCursor& in) { return Codec<String8>::parse(in); }
 };
 
 template <>
@@ -146,11 +155,12 @@ struct Codec<EntityId> {
   static std::uint8_t* put(std::uint8_t* to, EntityId id) { return storeBigEndian(to, id.value); }
 };
 
-/// A class that is a value: it appends its own text, reads itself from text, and has a hash.
+/// A class that is a value: it writes its own text, reads itself from text, and has a hash.
 template <class T>
 concept ValueClass = std::is_class_v<T> &&
-    requires(T const& value, std::string& text, String8::IteratorConst& it, String8::IteratorConst const& end) {
-  {value.strepTo(text)};
+    requires(T const& value, char* to, String8::IteratorConst& it, String8::IteratorConst const& end) {
+  { value.textRoom() } -> std::same_as<std::size_t>;
+  { value.textTo(to) } -> std::same_as<char*>;
   { value.hash() } -> std::convertible_to<std::uint32_t>;
   T(it, end);
 };
@@ -282,8 +292,11 @@ struct Codec<T> {
       hash.mixInteger(value.hash(), 4);
     }
   }
-  static void strep(std::string& text, T const& value) { value.strepTo(text); }
-  static T parse(String8::IteratorConst& it, String8::IteratorConst const& end) { return T(it, end); }
+  static std::size_t textRoom(T const& value) { return value.textRoom(); }
+  static char* putText(char* to, T const& value) { return value.textTo(to); }
+  static T parse(TextCursor& in) {
+    return in.readBy([](String8::IteratorConst& it, String8::IteratorConst const& end) { return T(it, end); });
+  }
 };
 
 /// A type that can be written to the attribute log.
@@ -294,8 +307,8 @@ concept Streamable = requires(T const& value, std::uint8_t* to) {
 
 /// A type with a text form.
 template <class T>
-concept HasStrep = requires(T const& value, std::string& text) {
-  Codec<T>::strep(text, value);
+concept HasStrep = requires(T const& value, char* to) {
+  Codec<T>::putText(to, value);
 };
 
 /// Most bytes that this very value takes in the attribute log.
@@ -337,19 +350,38 @@ template <class T>
 
 }  // namespace NboAttrLog
 
+namespace detail {
+
+/// Hands over the text form of a value.
+template <HasStrep T, class Take>
+auto withStrep(T const& value, Take const& take) {
+  // One reservation, and for all but the longest values, of which a rule is none, it is the stack's.
+  std::size_t const room = Codec<T>::textRoom(value);
+  char near[1024];
+  std::unique_ptr<char[]> const far(room > sizeof near ? new char[room] : nullptr);
+  char* const begin = far != nullptr ? far.get() : near;
+  return take(std::string_view(begin, static_cast<std::size_t>(Codec<T>::putText(begin, value) - begin)));
+}
+
+}  // namespace detail
+
 /// The text form of a value that has one.
 template <HasStrep T>
 String8 valueToStrep(T const& value) {
-  std::string text;
-  Codec<T>::strep(text, value);
-  return String8(std::string_view(text));
+  return detail::withStrep(value, [](std::string_view text) { return String8(text); });
+}
+/// Appends the text form of a value that has one.
+template <HasStrep T>
+void appendStrep(std::string& to, T const& value) {
+  detail::withStrep(value, [&to](std::string_view text) { to += text; });
 }
 
 /// Reads a value from text and advances the position; the pointer only selects the type.
 template <class T>
 requires(ValueClass<T> || Enumeration<T>) T
     sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, T*) {
-  return Codec<T>::parse(it, end);
+  TextCursor in(it, end);
+  return Codec<T>::parse(in);
 }
 
 /// Reads a whole string; throws `RangeException` for text that is left.
@@ -357,7 +389,10 @@ template <HasStrep T>
 T strepToValue(String8 const& text, T* = nullptr) {
   String8::IteratorConst it = text.begin();
   String8::IteratorConst const end = text.end();
-  T value = Codec<T>::parse(it, end);
+  T value = [&] {
+    TextCursor in(it, end);
+    return Codec<T>::parse(in);
+  }();
   if (!(it == end)) {
     throwJunk(it, text);
   }

@@ -48,15 +48,22 @@ constexpr std::string_view enumerationName() {
   return full.substr(full.rfind(':') + 1);
 }
 
+/// The enumerator's name; empty for a number without enumerator.
+template <Enumeration E>
+constexpr std::string_view enumeratorName(E value) {
+  for (auto const& e : kroEnumerators(value).all) {
+    if (e.value == value) {
+      return e.name;
+    }
+  }
+  return {};
+}
+
 /// The enumerator's name; a number without enumerator as "TableType(7)".
 template <Enumeration E>
 String8 stringValue(E value) {
-  for (auto const& e : kroEnumerators(value).all) {
-    if (e.value == value) {
-      return String8(e.name);
-    }
-  }
-  return String8(enumerationName<E>()) + format("(%d)", static_cast<int>(value));
+  std::string_view const name = enumeratorName(value);
+  return !name.empty() ? String8(name) : String8(enumerationName<E>()) + format("(%d)", static_cast<int>(value));
 }
 
 /// The enumerator with this number; throws `RangeException` with the enumeration's name for any other.
@@ -72,13 +79,17 @@ E enumeratorOf(unsigned number) {
 
 /// The enumerator of this name, exactly; throws `RangeException` with the enumeration's name for any other.
 template <Enumeration E>
-E enumeratorOf(String8 const& name) {
+E enumeratorNamed(std::string_view name) {
   for (auto const& e : kroEnumerators(E{}).all) {
-    if (e.name == name.view()) {
+    if (e.name == name) {
       return e.value;
     }
   }
   throwRangeException(String8(enumerationName<E>()));
+}
+template <Enumeration E>
+E enumeratorOf(String8 const& name) {
+  return enumeratorNamed<E>(name.view());
 }
 
 /// The type object of an enumeration, made on first use. Instantiated in the enumeration's own .cpp file.

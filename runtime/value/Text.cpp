@@ -1,16 +1,14 @@
 #include "runtime/value/Text.h"
 
+#include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace Kro {
 
 namespace {
 
-constexpr bool isBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-[[noreturn]] void throwExpected(char const* what, String8::IteratorConst const& it) {
-  throwRangeException(format("expected %s at column %lld", what, it.index()));
+[[noreturn]] void throwExpected(char const* what, long long column) {
+  throwRangeException(format("expected %s at column %lld", what, column));
 }
 
 int hexDigit(char c) {
@@ -22,7 +20,7 @@ int hexDigit(char c) {
 }
 
 /// The character that an escape stands for; `at` is left on the escape's last character.
-char unescaped(std::string_view text, std::size_t& at, String8::IteratorConst const& it) {
+char unescaped(std::string_view text, std::size_t& at, TextCursor const& in) {
   ++at;
   char const kind = at < text.size() ? text[at] : '\0';
   switch (kind) {
@@ -45,14 +43,13 @@ char unescaped(std::string_view text, std::size_t& at, String8::IteratorConst co
     default:
       break;
   }
-  throwExpected("one of \\' \\\\ \\n \\r \\t \\xHH",
-                String8::IteratorConst(it.string(), it.index() + static_cast<long long>(at) - 1));
+  throwExpected("one of \\' \\\\ \\n \\r \\t \\xHH", in.column() + static_cast<long long>(at) - 1);
 }
 
 /// Reads with from_chars at the position and moves it behind what was read.
 template <class T, class... Format>
-std::errc readNumber(String8::IteratorConst& it, String8::IteratorConst const& end, T& value, Format... fmt) {
-  std::string_view const text = restOf(it, end);
+std::errc readNumber(TextCursor& in, T& value, Format... fmt) {
+  std::string_view const text = in.rest();
   char const* first = text.data();
   char const* const last = first + text.size();
   if (first != last && *first == '+' && first + 1 != last && first[1] != '-') {
@@ -60,16 +57,9 @@ std::errc readNumber(String8::IteratorConst& it, String8::IteratorConst const& e
   }
   auto const done = std::from_chars(first, last, value, fmt...);
   if (done.ec == std::errc()) {
-    it.indexIs(it.index() + (done.ptr - text.data()));
+    in.skip(static_cast<std::size_t>(done.ptr - text.data()));
   }
   return done.ec;
-}
-
-/// Moves the position behind a word that stands there.
-bool takeWord(String8::IteratorConst& it, String8::IteratorConst const& end, std::string_view word) {
-  bool const isThere = restOf(it, end).substr(0, word.size()) == word;
-  it.indexIs(it.index() + (isThere ? static_cast<long long>(word.size()) : 0));
-  return isThere;
 }
 
 }  // namespace
@@ -81,123 +71,159 @@ std::string_view restOf(String8::IteratorConst const& it, String8::IteratorConst
   return from < to && from <= all.size() ? all.substr(from, to - from) : std::string_view();
 }
 
-void needString(String8::IteratorConst& it, String8::IteratorConst const& end, char const* pattern) {
-  std::string_view const text = restOf(it, end);
-  std::size_t at = 0;
+void needString(TextCursor& in, char const* pattern) {
   for (char const* p = pattern; *p != '\0'; ++p) {
     if (*p == ' ') {
-      while (at < text.size() && isBlank(text[at])) {
-        ++at;
-      }
-    } else if (at < text.size() && text[at] == *p) {
-      ++at;
-    } else {
-      it.indexIs(it.index() + static_cast<long long>(at));
+      in.skipBlanks();
+    } else if (!in.take({p, 1})) {
       std::string_view wanted(pattern);
       wanted.remove_prefix(wanted.find_first_not_of(' '));
       wanted = wanted.substr(0, wanted.find_last_not_of(' ') + 1);
-      throwExpected(("\"" + std::string(wanted) + "\"").c_str(), it);
+      throwExpected(("\"" + std::string(wanted) + "\"").c_str(), in.column());
     }
   }
-  it.indexIs(it.index() + static_cast<long long>(at));
 }
 
-String8 sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, String8*) {
-  std::string_view const text = restOf(it, end);
+std::string_view readQuoted(TextCursor& in, std::string& spare) {
+  std::string_view const text = in.rest();
   if (text.empty() || text[0] != '\'') {
-    throwExpected("a quoted string", it);
+    throwExpected("a quoted string", in.column());
   }
-  std::size_t const plain = text.find_first_of("'\\", 1);
-  if (plain != std::string_view::npos && text[plain] == '\'') {
-    it.indexIs(it.index() + static_cast<long long>(plain) + 1);
-    return String8(text.substr(1, plain - 1));
+  // Most strings are short: looking for their end with memchr or find_first_of took a fifth of reading a rule.
+  std::size_t at = 1;
+  while (at < text.size() && text[at] != '\'' && text[at] != '\\') {
+    ++at;
   }
-  std::string content;
-  for (std::size_t at = 1; at < text.size(); ++at) {
-    if (text[at] == '\'') {
-      it.indexIs(it.index() + static_cast<long long>(at) + 1);
-      return String8(std::string_view(content));
+  std::string_view content = text.substr(1, at - 1);
+  if (at < text.size() && text[at] == '\\') {
+    spare = content;
+    for (; at < text.size() && text[at] != '\''; ++at) {
+      spare += text[at] == '\\' ? unescaped(text, at, in) : text[at];
     }
-    content += text[at] == '\\' ? unescaped(text, at, it) : text[at];
+    content = spare;
   }
-  throwExpected("\"'\"", end);
+  if (at >= text.size()) {
+    throwExpected("\"'\"", in.endColumn());
+  }
+  in.skip(at + 1);
+  return content;
 }
 
-long long sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, long long*) {
-  long long value = 0;
-  std::errc const error = readNumber(it, end, value);
-  if (error != std::errc()) {
-    throwExpected(error == std::errc::result_out_of_range ? "an integer of at most 64 bits" : "an integer", it);
+template <class I>
+requires(std::same_as<I, long long> || std::same_as<I, unsigned long long>) I readInteger(TextCursor& in) {
+  // A short number without a sign, as nearly all are: from_chars takes 2.5 times as long for one to three digits.
+  std::string_view const text = in.rest();
+  constexpr std::size_t never = std::numeric_limits<I>::digits10;  // that many digits may not fit
+  std::size_t length = 0;
+  I value = 0;
+  while (length < text.size() && length < never && isDigit(text[length])) {
+    value = value * 10 + static_cast<I>(text[length++] - '0');
+  }
+  if (length != 0 && length < never) {
+    in.skip(length);
+    return value;
+  }
+  std::errc const error = readNumber(in, value);
+  if (error == std::errc()) {
+    return value;
+  }
+  throwExpected(std::unsigned_integral<I>                 ? "an integer from 0 up, of at most 64 bits"
+                : error == std::errc::result_out_of_range ? "an integer of at most 64 bits"
+                                                          : "an integer",
+                in.column());
+}
+template long long readInteger(TextCursor& in);
+template unsigned long long readInteger(TextCursor& in);
+
+bool readBool(TextCursor& in) {
+  bool const value = in.take("true");
+  if (!value && !in.take("false")) {
+    throwExpected("true or false", in.column());
   }
   return value;
 }
 
-unsigned long long sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, unsigned long long*) {
-  unsigned long long value = 0;
-  if (readNumber(it, end, value) != std::errc()) {
-    throwExpected("an integer from 0 up, of at most 64 bits", it);
-  }
-  return value;
-}
-
-bool sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, bool*) {
-  bool const value = takeWord(it, end, "true");
-  if (!value && !takeWord(it, end, "false")) {
-    throwExpected("true or false", it);
-  }
-  return value;
-}
-
-double sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, double*) {
+double readDouble(TextCursor& in) {
   constexpr double infinity = std::numeric_limits<double>::infinity();
-  if (takeWord(it, end, "nan")) {
+  if (in.take("nan")) {
     return std::numeric_limits<double>::quiet_NaN();
   }
-  if (takeWord(it, end, "inf")) {
+  if (in.take("inf")) {
     return infinity;
   }
-  if (takeWord(it, end, "-inf")) {
+  if (in.take("-inf")) {
     return -infinity;
   }
   // from_chars also takes these words with other letters, signs and endings.
-  std::string_view const text = restOf(it, end);
+  std::string_view const text = in.rest();
   std::size_t const sign = text.find_first_of("+-") == 0 ? 1 : 0;
   double value = 0;
-  if (text.find_first_of("0123456789.") != sign ||
-      readNumber(it, end, value, std::chars_format::general) != std::errc()) {
-    throwExpected("a number", it);
+  if (text.find_first_of("0123456789.") != sign || readNumber(in, value, std::chars_format::general) != std::errc()) {
+    throwExpected("a number", in.column());
   }
   return value;
 }
 
-void appendQuoted(std::string& text, std::string_view content) {
-  text += '\'';
+void needString(String8::IteratorConst& it, String8::IteratorConst const& end, char const* pattern) {
+  TextCursor in(it, end);
+  needString(in, pattern);
+}
+String8 sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, String8*) {
+  TextCursor in(it, end);
+  std::string spare;
+  return String8(readQuoted(in, spare));
+}
+long long sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, long long*) {
+  TextCursor in(it, end);
+  return readInteger<long long>(in);
+}
+unsigned long long sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, unsigned long long*) {
+  TextCursor in(it, end);
+  return readInteger<unsigned long long>(in);
+}
+bool sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, bool*) {
+  TextCursor in(it, end);
+  return readBool(in);
+}
+double sequenceToValue(String8::IteratorConst& it, String8::IteratorConst const& end, double*) {
+  TextCursor in(it, end);
+  return readDouble(in);
+}
+
+constexpr std::array<ShortNumber, 1000> const shortNumbers = [] {
+  std::array<ShortNumber, 1000> all{};
+  for (std::size_t n = 0; n < all.size(); ++n) {
+    char const digits[] = {static_cast<char>('0' + n / 100), static_cast<char>('0' + n / 10 % 10),
+                           static_cast<char>('0' + n % 10)};
+    all[n].length = n < 10 ? 1 : n < 100 ? 2 : 3;
+    std::copy_n(std::end(digits) - all[n].length, all[n].length, all[n].digits);
+  }
+  return all;
+}();
+
+char* putDouble(char* to, double value) {
+  return std::isnan(value) ? putText(to, "nan") : std::to_chars(to, to + maxDouble, value).ptr;
+}
+
+char* putQuoted(char* to, std::string_view content) {
+  *to++ = '\'';
   for (char const c : content) {
     auto const byte = static_cast<unsigned char>(c);
     if (c == '\'' || c == '\\') {
-      text += '\\';
-      text += c;
+      *to++ = '\\';
+      *to++ = c;
     } else if (c == '\n' || c == '\r' || c == '\t') {
-      text += c == '\n' ? "\\n" : c == '\r' ? "\\r" : "\\t";
+      to = putText(to, c == '\n' ? "\\n" : c == '\r' ? "\\r" : "\\t");
     } else if (byte < 0x20 || byte == 0x7f) {
-      text += "\\x";
-      text += "0123456789abcdef"[byte >> 4U];
-      text += "0123456789abcdef"[byte & 15U];
+      to = putText(to, "\\x");
+      *to++ = "0123456789abcdef"[byte >> 4U];
+      *to++ = "0123456789abcdef"[byte & 15U];
     } else {
-      text += c;
+      *to++ = c;
     }
   }
-  text += '\'';
-}
-
-void appendDouble(std::string& text, double value) {
-  if (std::isnan(value)) {
-    text += "nan";
-    return;
-  }
-  char digits[32];
-  auto const done = std::to_chars(digits, digits + sizeof digits, value);
-  text.append(digits, done.ptr);
+  *to++ = '\'';
+  return to;
 }
 
 void throwJunk(String8::IteratorConst const& it, String8 const& text) {

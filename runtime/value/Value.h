@@ -33,7 +33,7 @@ template <class T>
 class ValueTypeOf;
 
 /// Base of the value type `X`: order, hash, text and type object derived from `X::Attributes`. A type that differs in
-/// one of them declares that member itself: `lessThan`, `hash`, `strepTo`, `mixInto`.
+/// one of them declares that member itself: `lessThan`, `hash`, `textRoom` and `textTo`, `mixInto`.
 template <class X>
 class VORNACL_API Value {
  public:
@@ -44,8 +44,9 @@ class VORNACL_API Value {
   /// Murmur hash of the stored attributes in declaration order, each at its own width without padding; an attribute
   /// of value type contributes its own hash as four bytes.
   std::uint32_t hash() const;
-  /// Appends the text form.
-  void strepTo(std::string& text) const;
+  /// Writes the text form to a place that has `textRoom()` characters and returns its end.
+  char* textTo(char* to) const;
+  std::size_t textRoom() const;
   /// Throws `RangeException` where an attribute is not in the range that its row tells. A type that has more to check
   /// declares this member itself.
   void check() const;

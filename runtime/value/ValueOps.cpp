@@ -2,13 +2,13 @@
 
 namespace Kro::detail {
 
-void openRecord(String8::IteratorConst& it, String8::IteratorConst const& end, std::string_view typeName) {
-  needString(it, end, " Value");
-  needString(it, end, " (");
-  needString(it, end, (" '" + std::string(typeName) + "'").c_str());
-  needString(it, end, " ,");
-  needString(it, end, " **");
-  needString(it, end, " {");
+void openRecord(TextCursor& in, std::string_view typeName) {
+  needString(in, " Value");
+  needString(in, " (");
+  needString(in, (" '" + std::string(typeName) + "'").c_str());
+  needString(in, " ,");
+  needString(in, " **");
+  needString(in, " {");
 }
 
 void throwOutOfRange(std::string_view typeName, std::string_view attribute, AtMost const& range) {
@@ -17,23 +17,22 @@ void throwOutOfRange(std::string_view typeName, std::string_view attribute, AtMo
                                                 format(" < 0 or > %u not allowed", range.most));
 }
 
-bool nextAttribute(String8::IteratorConst& it, String8::IteratorConst const& end, std::string_view typeName, bool first,
-                   String8& name) {
-  needString(it, end, " ");
-  std::string_view const rest = restOf(it, end);
-  if (rest.empty()) {
+bool nextAttribute(TextCursor& in, std::string_view typeName, bool isFirst, std::string_view& name,
+                   std::string& spare) {
+  in.skipBlanks();
+  if (in.atEnd()) {
     throwRangeException("premature end of value type " + String8(shortTypeName(typeName)));
   }
-  if (rest.front() == '}') {
-    needString(it, end, "} ");
-    needString(it, end, ") ");
+  if (in.take("}")) {
+    in.skipBlanks();
+    needString(in, ") ");
     return false;
   }
-  if (!first) {
-    needString(it, end, ", ");
+  if (!isFirst) {
+    needString(in, ", ");
   }
-  name = sequenceToValue(it, end, static_cast<String8*>(nullptr));
-  needString(it, end, " : ");
+  name = readQuoted(in, spare);
+  needString(in, " : ");
   return true;
 }
 

@@ -14,46 +14,105 @@ void hashFields(Hash& hash, X const& value, std::index_sequence<I...>) {
   (Codec<typename At<X, I>::Type>::mix(hash, At<X, I>::of(value)), ...);
 }
 
+// --- text: one literal for each attribute, which the writer copies and the reader compares as a whole ---
+
+template <std::size_t n>
+constexpr std::array<char, n> joined(std::string_view a, std::string_view b, std::string_view c) {
+  std::array<char, n> all{};
+  std::copy(c.begin(), c.end(), std::copy(b.begin(), b.end(), std::copy(a.begin(), a.end(), all.begin())));
+  return all;
+}
+template <class X>
+inline constexpr auto opening = joined<X::Attributes::typeName.size() + 14>("Value('", X::Attributes::typeName,
+                                                                            "', ** {");
 template <class X, std::size_t I>
-void strepField(std::string& text, X const& value) {
-  text += text.back() == '{' ? "'" : ", '";
-  text += At<X, I>::info.name;
-  text += "': ";
+inline constexpr auto label = joined<At<X, I>::info.name.size() + 6>(", '", At<X, I>::info.name, "': ");
+inline constexpr std::string_view closing = "})";
+
+template <class X>
+constexpr std::string_view openingOf() {
+  return {opening<X>.data(), opening<X>.size()};
+}
+/// What stands before an attribute; before the first one without the comma.
+template <class X, std::size_t I>
+constexpr std::string_view labelOf(bool isFirst) {
+  std::size_t const comma = isFirst ? 2 : 0;
+  return {label<X, I>.data() + comma, label<X, I>.size() - comma};
+}
+
+template <class X, std::size_t I>
+decltype(auto) textValue(X const& value) {
   if constexpr (At<X, I>::Descriptor::isStored) {
-    Codec<typename At<X, I>::Type>::strep(text, At<X, I>::of(value));
+    return At<X, I>::of(value);
   } else {
-    Codec<bool>::strep(text, (value.*(At<X, I>::info.get))());
+    return (value.*(At<X, I>::info.get))();
   }
 }
 
-template <class X, std::size_t... I>
-void strepFields(std::string& text, X const& value, std::index_sequence<I...>) {
-  (strepField<X, I>(text, value), ...);
+template <class X, std::size_t First, std::size_t... rest>
+std::size_t roomOfFields(X const& value, std::index_sequence<First, rest...>) {
+  constexpr std::size_t labels = (label<X, First>.size() + ... + label<X, rest>.size());
+  return labels + (Codec<typename At<X, First>::Type>::textRoom(textValue<X, First>(value)) + ... +
+                   Codec<typename At<X, rest>::Type>::textRoom(textValue<X, rest>(value)));
+}
+template <class X, std::size_t First, std::size_t... rest>
+char* putFieldTexts(char* to, X const& value, std::index_sequence<First, rest...>) {
+  to = Codec<typename At<X, First>::Type>::putText(putText(to, labelOf<X, First>(true)), textValue<X, First>(value));
+  ((to = Codec<typename At<X, rest>::Type>::putText(putText(to, labelOf<X, rest>(false)), textValue<X, rest>(value))),
+   ...);
+  return to;
 }
 
 template <class X, std::size_t I>
-bool readField(X& value, String8 const& name, String8::IteratorConst& it, String8::IteratorConst const& end) {
+void readField(X& value, TextCursor& in) {
   using Type = typename At<X, I>::Type;
-  if (name.view() != At<X, I>::info.name) {
-    return false;
-  }
   try {
     if constexpr (At<X, I>::Descriptor::isStored) {
-      At<X, I>::of(value) = Codec<Type>::parse(it, end);
+      At<X, I>::of(value) = Codec<Type>::parse(in);
     } else {
-      (value.*(At<X, I>::info.set))(Codec<Type>::parse(it, end));
+      (value.*(At<X, I>::info.set))(Codec<Type>::parse(in));
     }
   } catch (RangeException const& error) {
-    rethrowFromDeserializeAttr(error, name);
+    rethrowFromDeserializeAttr(error, String8(At<X, I>::info.name));
   }
-  return true;
 }
 
+template <class X, std::size_t I>
+bool readIfNamed(X& value, std::string_view name, TextCursor& in) {
+  return name == At<X, I>::info.name && (readField<X, I>(value, in), true);
+}
 template <class X, std::size_t... I>
-void readNamedField(X& value, String8 const& name, String8::IteratorConst& it, String8::IteratorConst const& end,
-                    std::index_sequence<I...>) {
-  if (!(readField<X, I>(value, name, it, end) || ...)) {
-    throwRangeException(String8(shortTypeName(X::Attributes::typeName)) + " has no such attribute: " + name);
+void readNamedField(X& value, std::string_view name, TextCursor& in, std::index_sequence<I...>) {
+  if (!(readIfNamed<X, I>(value, name, in) || ...)) {
+    throwRangeException(String8(shortTypeName(X::Attributes::typeName)) + " has no such attribute: " + String8(name));
+  }
+}
+
+/// Consumes what stands before the first attribute: Value('TYPE', ** {
+VORNACL_API void openRecord(TextCursor& in, std::string_view typeName);
+/// Consumes what stands before the next attribute's value and yields its name, or the closing brackets and yields
+/// false.
+VORNACL_API bool nextAttribute(TextCursor& in, std::string_view typeName, bool isFirst, std::string_view& name,
+                               std::string& spare);
+
+template <class X, std::size_t I>
+bool readIfNext(X& value, TextCursor& in, bool& isFirst) {
+  if (!in.take(labelOf<X, I>(isFirst))) {
+    return false;
+  }
+  readField<X, I>(value, in);
+  isFirst = false;
+  return true;
+}
+template <class X, std::size_t... I>
+void readFields(X& value, TextCursor& in, std::index_sequence<I...> all) {
+  bool isFirst = true;
+  // As the writer writes them, up to the first that stands otherwise: a rule takes 420 ns so, and 930 when each of its
+  // attributes is looked for by name.
+  static_cast<void>((readIfNext<X, I>(value, in, isFirst) && ...));
+  std::string spare;
+  for (std::string_view name; nextAttribute(in, X::Attributes::typeName, isFirst, name, spare); isFirst = false) {
+    readNamedField(value, name, in, all);
   }
 }
 
@@ -86,13 +145,6 @@ void setInRange(X& object, F& field, F value, std::index_sequence<I...>) {
   }
 }
 
-/// Consumes what stands before the first attribute: Value('TYPE', ** {
-VORNACL_API void openRecord(String8::IteratorConst& it, String8::IteratorConst const& end, std::string_view typeName);
-/// Consumes what stands before the next attribute's value and yields its name, or the closing brackets and yields
-/// false.
-VORNACL_API bool nextAttribute(String8::IteratorConst& it, String8::IteratorConst const& end, std::string_view typeName,
-                               bool first, String8& name);
-
 }  // namespace detail
 
 template <class X>
@@ -104,21 +156,24 @@ std::uint32_t Value<X>::hash() const {
 }
 
 template <class X>
-void Value<X>::strepTo(std::string& text) const {
-  text += "Value('";
-  text += X::Attributes::typeName;
-  text += "', ** {";
-  detail::strepFields(text, static_cast<X const&>(*this), TextPositions<X>());
-  text += "})";
+std::size_t Value<X>::textRoom() const {
+  return detail::opening<X>.size() + detail::closing.size() +
+         detail::roomOfFields(static_cast<X const&>(*this), TextPositions<X>());
+}
+template <class X>
+char* Value<X>::textTo(char* to) const {
+  to = putText(to, detail::openingOf<X>());
+  to = detail::putFieldTexts(to, static_cast<X const&>(*this), TextPositions<X>());
+  return putText(to, detail::closing);
 }
 
 template <class X>
 void Value<X>::readRecord(String8::IteratorConst& it, String8::IteratorConst const& end) {
-  detail::openRecord(it, end, X::Attributes::typeName);
-  String8 name;
-  for (bool first = true; detail::nextAttribute(it, end, X::Attributes::typeName, first, name); first = false) {
-    detail::readNamedField(self(), name, it, end, TextPositions<X>());
+  TextCursor in(it, end);
+  if (!in.take(detail::openingOf<X>())) {
+    detail::openRecord(in, X::Attributes::typeName);
   }
+  detail::readFields(self(), in, TextPositions<X>());
   self().check();
 }
 
@@ -142,7 +197,8 @@ void Value<X>::setInRange(std::uint32_t& field, std::uint32_t value) {
 
 template <class X>
 void Value<X>::readBareNumber(String8::IteratorConst& it, String8::IteratorConst const& end) {
-  detail::readNamedField(self(), "value", it, end, StoredPositions<X>());
+  TextCursor in(it, end);
+  detail::readNamedField(self(), "value", in, StoredPositions<X>());
 }
 
 template <class X>

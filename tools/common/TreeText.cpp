@@ -52,7 +52,7 @@ class Dumper {
   }
   template <class T>
   void append(T const& value) {
-    Kro::Codec<T>::strep(text_, value);
+    Kro::appendStrep(text_, value);
   }
   template <class K, class T>
   void append(K const& key, T const& value) {

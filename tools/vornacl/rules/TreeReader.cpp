@@ -257,7 +257,7 @@ class Reader {
         }
       }();
       std::string again;
-      Kro::Codec<T>::strep(again, value);
+      Kro::appendStrep(again, value);
       if (again != field.text) {
         auto const at = std::mismatch(again.begin(), again.end(), field.text.begin(), field.text.end()).second;
         auto const column = static_cast<std::size_t>(at - field.text.begin());
