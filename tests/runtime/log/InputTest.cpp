@@ -204,8 +204,12 @@ TEST_F(Input, SyncModeIsTakenForItsConnection) {
               begin[0] == 'B' ? Kro::StreamAdapter::syncModeOff : Kro::StreamAdapter::syncModeWhole);
     watch->rethrows = true;
     run("{5v7 throw }");
-    EXPECT_THROW(link->inject(M, wire(end)), std::runtime_error);
+    std::string const bytes = wire(std::string(end) + "; (11,261,T,0,0) @1 R1");
+    link->inject(M, bytes.substr(0, 5));
+    EXPECT_THROW(link->inject(M, bytes.substr(5)), std::runtime_error);
     EXPECT_EQ(rulesOf(*acl()), "") << "what an observer throws ends no sweep";
+    link->receive(M, "");
+    EXPECT_EQ(rulesOf(*acl()), "1") << "and loses nothing that stands behind";
     run("M r9=9");
     EXPECT_EQ(saidM(), "(11,261,T,0,0) 9.0.0 ttl=9") << "and silences nobody";
     EXPECT_EQ(link->tree.ends[M].applied, link->tree.ends[S].messages) << "and counts";
