@@ -285,6 +285,7 @@ TEST_F(Memory, LeavesNoDifferenceBetweenConnectedEnds) {
            {"k:" + longName + "=8 a8=0" + longName, "flush"},
            {"cut drop connect", "move"},
            {"cut r1=9 -r2 r3=3 -m1 a8=0x -k:k f6 connect", "move"},
+           {"cut connect until=1.0.0", "5v7/r1=9"},
            {"m2=2 m3=3 move cut -m3 m4=4 connect until=B(11,262)", "5v7/r1=9"},
            {"M r1=8 -r2 a9=0m k:m=9 -k:k action=1 kick=2", "M> S>"},
            {"M short kick=1 M r1=8 -r2 a9=0m k:m=9 -k:k", "M> S> M> S>"},
