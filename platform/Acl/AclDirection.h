@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/Acl/KroOperations.h"
+#include "platform/KroOperations.h"
 
 namespace Acl {
 

@@ -7,7 +7,7 @@
 #include <iosfwd>
 #include <string>
 
-#include "platform/Dorix/KroOperations.h"
+#include "platform/KroOperations.h"
 
 namespace Dorix {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "platform/Dorix/IpAddr.h"
-#include "platform/Dorix/KroOperations.h"
+#include "platform/KroOperations.h"
 
 namespace Dorix {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/Dorix/KroOperations.h"
+#include "platform/KroOperations.h"
 
 namespace Dorix {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/Acl/AclType.h"
-#include "platform/Zil/KroOperations.h"
+#include "platform/KroOperations.h"
 
 namespace Zil {
 
