@@ -10,16 +10,18 @@
 
 namespace Kro {
 
-/// Names shared by every kind of connection.
-struct Connection {
-  /// Output side of a connection.
-  class VORNACL_API Out : public PtrInterface {
-   public:
-    /// Brackets the payload of a message.
-    enum class TransactToken : std::uint8_t { begin = 1, end = 3 };
-    ~Out() override;
-  };
+/// What every kind of stream names; no connection. That between two ends is `NboAttrLog::Connection`.
+namespace Connection {
+
+/// An output stream.
+class VORNACL_API Out : public PtrInterface {
+ public:
+  /// Brackets the payload of a message.
+  enum class TransactToken : std::uint8_t { begin = 1, end = 3 };
+  ~Out() override;
 };
+
+}  // namespace Connection
 
 namespace NboAttrLog {
 
