@@ -34,10 +34,7 @@ class VORNACL_API BaseCollection {
 
 /// A collection of counted objects whose common base is `T`.
 template <class T>
-class BaseRefCollection : public BaseCollection {
- public:
-  using Referenced = T;
-};
+class BaseRefCollection : public BaseCollection {};
 
 /// What all iterators have: the member they stand on, kept alive by a reference of their own, so that a member that is
 /// removed meanwhile stays valid (detached) until the iterator moves on.

@@ -20,7 +20,6 @@ class VORNACL_API PtrInterface::NotifieeConst : public PtrInterface {
   /// Bits of the flag word.
   static constexpr std::uint32_t writableBit = 0x4000000;  ///< set on construction; stream adapters write only with it
   static constexpr std::uint32_t wasRegisteredBit = 0x80000;  ///< bit 19: the registration while notification is off
-  static constexpr std::uint32_t reactorRunningBit = 0x10;    ///< bit 4: a stream adapter is applying a message
 
   /// Constructed detached, with notification active.
   NotifieeConst() : PtrInterface(notificationActiveBit), flagWord_(writableBit) {}

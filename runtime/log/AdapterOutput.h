@@ -34,9 +34,9 @@ void AdapterOf<X>::markKey(D const& d, typename D::Key const& key, bool removalO
     auto const place = keys.dirty.locate(key);
     streamDemuxer()->dirtyMark(place.member() == nullptr);
     if (place.member() != nullptr) {
-      place.member()->valueIs({true, removalOwed || place.member()->value().removalOwed});
+      place.member()->valueIs({removalOwed || place.member()->value().removalOwed});
     } else {
-      keys.dirty.newMember(key, {true, removalOwed}, place);
+      keys.dirty.newMember(key, {removalOwed}, place);
     }
   } catch (...) {
     // No memory for the mark: the whole is sent again, or, where this end may not do that, nothing more at all.
@@ -74,11 +74,11 @@ template <class D>
 DirtyMark AdapterOf<X>::takeKey(D const& d, typename D::Key const& key) {
   auto& dirty = flow().keys(d).dirty;
   if (dirty.size() == 0) {
-    return {false, false};
+    return {};
   }
   auto* const record = dirty.find(key);
   if (record == nullptr) {
-    return {false, false};
+    return {};
   }
   streamDemuxer()->dirtyUnmark();
   return dirty.memberDel(record)->value();

@@ -72,7 +72,6 @@ class VORNACL_API Demuxer final : public EntityResolver {
   bool rootsRetired() { return std::exchange(rootsRetired_, false); }
   /// Retires every adapter: the connection was lost.
   void retireAll();
-  std::size_t reactors() const { return reactors_.size(); }
   Entity* entityById(EntityId id) const override;
 
   /// A new id of this end's parity.

@@ -19,7 +19,6 @@ namespace Kro::NboAttrLog {
 
 /// The mark of one dirty key.
 struct DirtyMark {
-  bool isDirty = true;
   bool removalOwed = false;  ///< the peer must be told of a removal before it is told of anything new under the key
 };
 

@@ -97,7 +97,6 @@ class VORNACL_API GenericIf::List_ final : public GenericIf {
   explicit List_(std::vector<Ptr<GenericIf>> elements = {}) : GenericIf(false), elements_(std::move(elements)) {}
   static Ptr<List_> of(std::vector<Ptr<GenericIf>> elements) { return adopt(new List_(std::move(elements))); }
   std::vector<Ptr<GenericIf>> const& elements() const { return elements_; }
-  void elementEnq(Ptr<GenericIf> const& element) { elements_.push_back(element); }
   String8 strRep() const override;
 
  private:
