@@ -20,6 +20,10 @@ class Journal {
   void add(std::string const& observer, std::string const& event) {
     text_ += (text_.empty() ? "" : " ") + observer + ':' + event;
   }
+  void addReport(std::string const& observer, Kro::AttributeId id) {
+    add(observer, "!");
+    text_ += std::to_string(id);
+  }
   std::string take() { return std::exchange(text_, {}); }
   /// The last word of it.
   std::string last() const { return text_.substr(text_.rfind(' ') + 1); }
@@ -43,7 +47,7 @@ class Spy : public Base {
   }
   void onNotificationException(Kro::AttributeId id) override {
     if (journal_ != nullptr) {
-      journal_->add(name_, std::string("!").append(std::to_string(id)));
+      journal_->addReport(name_, id);
     }
     if (auto const now = report) {
       now();

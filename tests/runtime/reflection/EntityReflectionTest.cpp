@@ -35,7 +35,7 @@ class Hearer : public X::GenericIf_ {
     told(std::to_string(id) + "(" + std::string(shown->strRep().view()) + ")");
   }
   void onAttribute(Kro::AttributeId id) override { told(std::to_string(id)); }
-  void handleNotificationException(Kro::AttributeId id) override { journal_.add("R", "!" + std::to_string(id)); }
+  void handleNotificationException(Kro::AttributeId id) override { journal_.addReport("R", id); }
 
  private:
   void told(std::string const& event) {
