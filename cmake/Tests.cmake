@@ -2,12 +2,11 @@
 # tests/internal/*.cpp  another over the library's objects, vornacl_internal_tests, for what is not exported
 # tests/support/*.cpp   what both share
 # tests/programs/*.cpp  a program each: status 0 passes, 77 skips
-# tests/compile_fail/*.cpp  must not compile: the line "// expect: REGEX" is in the first error; the sample that each
-#                           of them spoils, tests/compile_fail/*.h, must
+# tests/compile_fail/*.h  samples that compile, and with what a row of cases.txt changes in them do not
 if(VORNACL_TESTS)
   include(GoogleTest)
   file(GLOB_RECURSE test_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/*.cpp")
-  foreach(kind IN ITEMS programs compile_fail internal support)
+  foreach(kind IN ITEMS programs internal support)
     set(${kind}_sources ${test_sources})
     list(FILTER ${kind}_sources INCLUDE REGEX "^${PROJECT_SOURCE_DIR}/tests/${kind}/")
     list(FILTER test_sources EXCLUDE REGEX "^${PROJECT_SOURCE_DIR}/tests/${kind}/")
@@ -47,22 +46,26 @@ if(VORNACL_TESTS)
     set_tests_properties(programs.${name} PROPERTIES TIMEOUT 600 SKIP_RETURN_CODE 77)
   endforeach()
 
-  file(GLOB samples CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/compile_fail/*.h")
-  foreach(source IN LISTS compile_fail_sources samples)
-    get_filename_component(name "${source}" NAME_WE)
+  set(compile_fail "${PROJECT_SOURCE_DIR}/tests/compile_fail")
+  function(vornacl_compile_test name sample)
     add_test(NAME compile_fail.${name} COMMAND "${CMAKE_CXX_COMPILER}" -std=c++20 -fsyntax-only -Wfatal-errors
-      "-I${PROJECT_SOURCE_DIR}" -x c++ "${source}")
+      "-I${PROJECT_SOURCE_DIR}" ${ARGN} -x c++ "${compile_fail}/${sample}.h")
     set_tests_properties(compile_fail.${name} PROPERTIES TIMEOUT 120)
-    if(NOT source IN_LIST samples)
-      set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${source}")
-      file(STRINGS "${source}" expected REGEX "^// expect: " LIMIT_COUNT 1)
-      if(NOT expected)
-        message(FATAL_ERROR "${source}: the line \"// expect: REGEX\" is missing")
-      endif()
-      string(REPLACE "// expect: " "" expected "${expected}")
-      set_tests_properties(compile_fail.${name} PROPERTIES PASS_REGULAR_EXPRESSION "error: [^\n]*${expected}")
+  endfunction()
+  vornacl_compile_test(Entity Entity)
+  vornacl_compile_test(Value Value)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${compile_fail}/cases.txt")
+  file(STRINGS "${compile_fail}/cases.txt" rows REGEX "^[^#]")
+  while(rows)
+    list(POP_FRONT rows case expected)
+    string(STRIP "${expected}" expected)
+    if(NOT case MATCHES "^([A-Za-z]+) (Entity|Value) ([A-Z]+=.*)$" OR NOT expected)
+      message(FATAL_ERROR "${compile_fail}/cases.txt: not a case: ${case}")
     endif()
-  endforeach()
+    set(name "${CMAKE_MATCH_1}")
+    vornacl_compile_test("${name}" "${CMAKE_MATCH_2}" "-D${CMAKE_MATCH_3}")
+    set_tests_properties(compile_fail.${name} PROPERTIES PASS_REGULAR_EXPRESSION "error: [^\n]*${expected}")
+  endwhile()
 endif()
 
 # What is installed: the program starts, and a project of its own builds and runs against it.

@@ -133,18 +133,16 @@ TEST(ModelValues, HashAsTheReferenceDoes) {
   rule.logIs(true);
   using Hash = std::function<std::uint32_t(Vector const&)>;
   auto const of = [](auto const& value) { return Hash([h = value.hash()](auto const&) { return h; }); };
+  auto const ofPorts = [](Vector const& row) {
+    auto const end = [&](std::size_t i) { return static_cast<std::uint16_t>(row.number(i)); };
+    return Vorn::GenRange({end(0), end(1)}, {}, Vorn::portRange).hash();
+  };
   std::map<std::string, Hash> const hashes{{"L4PortRange", hashOf<Vorn::L4PortRange>},
                                            {"ChipId", hashOf<Vorn::ChipId>},
                                            {"AclId", hashOf<Vorn::AclId>},
                                            {"AceIndex", hashOf<Vorn::AceIndex>},
                                            {"TcpFlag", hashOf<Vorn::IpFilter::TcpFlag>},
-                                           {"GenRange.port",
-                                            [](Vector const& row) {
-                                              auto const end = [&](std::size_t i) {
-                                                return static_cast<std::uint16_t>(row.number(i));
-                                              };
-                                              return Vorn::GenRange({end(0), end(1)}, {}, Vorn::portRange).hash();
-                                            }},
+                                           {"GenRange.port", ofPorts},
                                            {"GenRange.unknown", of(Vorn::GenRange())},
                                            {"IpFilter.default", of(Vorn::IpFilter())},
                                            {"IpFilter.F", of(ip)},

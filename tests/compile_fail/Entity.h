@@ -18,11 +18,16 @@
 #define OFF(n) Kro::scalar<n>("off", &T::off_, &T::off, &T::offIs, &N::onOff)
 #define MEMBERS(n) \
   Kro::values<n>("member", &T::member_, &T::memberIs, &T::memberDel, &T::memberDel, &T::memberNotify, &N::onMember)
+#define EIGHT(n) ON(n), ON(n + 1), ON(n + 2), ON(n + 3), ON(n + 4), ON(n + 5), ON(n + 6), ON(n + 7)
 #ifndef ROWS
 #define ROWS ON(258), OFF(259), MEMBERS(260)
 #endif
 
 namespace Test {
+
+#ifdef MODEL
+Kro::Model<> kroModel(void const*);
+#endif
 
 struct Bare {
   int n;

@@ -1,3 +1,0 @@
-// expect: name the handler of the row's own attribute
-#define ROWS ON(258), Kro::scalar<259>("off", &T::off_, &T::off, &T::offIs, &N::onOn), MEMBERS(260)
-#include "tests/compile_fail/Entity.h"

@@ -1,3 +1,0 @@
-// expect: number the attributes from 2 on
-#define ROWS A, Kro::stored(4, "b", &T::b_, &T::bIs), Kro::stored(3, "c", &T::c_, &T::cIs)
-#include "tests/compile_fail/Value.h"
