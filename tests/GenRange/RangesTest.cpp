@@ -28,28 +28,17 @@ void expectRelation(auto const& a, auto const& b, Relation relation) {
 }
 
 TEST(Ranges, OfPortsAnswerTheirQueries) {
-  struct Case {
-    L4PortRange a, b;
-    Relation relation;
-  };
-  L4PortRange const range(10, 20);
-  std::vector<Case> const cases{{range, {10, 20}, contained},
-                                {range, {10, 30}, neither},
-                                {range, {12, 20}, contained},
-                                {range, {12, 18}, contained},
-                                {range, {9, 20}, neither},
-                                {range, {10, 21}, neither},
-                                {range, {5, 30}, neither},
-                                {range, {20, 30}, overlapping},
-                                {{20, 30}, range, overlapping},
-                                {range, {21, 30}, neither},
-                                {{21, 30}, range, neither},
-                                {{11, 21}, range, overlapping},
-                                {{0, 65535}, {40000, 50000}, contained}};
-  for (Case const& c : cases) {
-    expectRelation(c.a, c.b, c.relation);
-    expectRelation(GenRange(c.a, prefix("::/0"), Vorn::portRange), GenRange(c.b, prefix("10.0.0.0/8"), Vorn::portRange),
-                   c.relation);
+  std::istringstream cases(R"(10 20 contains 10 20   10 20 contains 12 20   10 20 contains 12 18
+      0 65535 contains 40000 50000   10 20 overlaps 20 30   20 30 overlaps 10 20   11 21 overlaps 10 20
+      10 20 neither 10 30   10 20 neither 9 20   10 20 neither 10 21   10 20 neither 5 30   10 20 neither 21 30
+      21 30 neither 10 20)");
+  std::string relation;
+  for (std::uint16_t low, high, from, to; cases >> low >> high >> relation >> from >> to;) {
+    L4PortRange const a(low, high), b(from, to);
+    auto const expected = relation == "contains" ? contained : relation == "overlaps" ? overlapping : neither;
+    expectRelation(a, b, expected);
+    expectRelation(GenRange(a, prefix("::/0"), Vorn::portRange), GenRange(b, prefix("10.0.0.0/8"), Vorn::portRange),
+                   expected);
   }
   EXPECT_TRUE(L4PortRange(0, 65535).isAny() && ports(0, 65535).isAny());
   EXPECT_FALSE(L4PortRange().isAny() || L4PortRange(1, 65535).isAny() || ports(0, 65534).isAny());

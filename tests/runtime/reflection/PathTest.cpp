@@ -1,5 +1,4 @@
 // Entities found by their path, text that refers to them, and the example that prints a tree.
-#include <algorithm>
 #include <filesystem>
 
 #include "runtime/reflection/EntityReflection.h"
@@ -86,18 +85,9 @@ std::string inspect(std::string const& arguments) {
   return outputOf(VORNACL_BIN_DIR "/example_inspect" + arguments + " 2>&1");
 }
 
-TEST(PathTest, theExamplePrintsATreeAndChangesIt) {
+TEST(PathTest, theExampleChangesWhatItIsAskedTo) {
   if (!std::filesystem::exists(VORNACL_BIN_DIR "/example_inspect")) {
     GTEST_SKIP() << "the examples are not built";
-  }
-  std::string const printed = inspect("");
-  EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 16);
-  for (char const* const line :
-       {"'all/chipRootConfig[5]' is a Vorn::RootConfig\n", "\n  vornRootKickTime = 0\n",
-        "\n    acl[ipv4PAcl:5:in] = 'all/chipRootConfig[5]/vornAclColl/acl[ipv4PAcl:5:in]'\n      aclId = "
-        "ipv4PAcl:5:in\n",
-        "\n    keyToId[Value('Zil::AclKey', ** {'aclType': 'ip', 'aclName': 'edge'})] = ipv4PAcl:5:in\n"}) {
-    EXPECT_NE(printed.find(line), std::string::npos) << line;
   }
   EXPECT_NE(inspect(" Vorn::RootConfig 5 vornRootKick 77").find("\n  vornRootKick = 77\n"), std::string::npos);
   EXPECT_EQ(inspect(" Vorn::RootConfig 5 kick 1").substr(0, 48), "no such attribute: kick of Vorn::RootConfig: exp");
