@@ -298,6 +298,7 @@ class LogTest : public EntityTest {
         {"cut", [](LogTest& t, Side) { (*t.link)[S].close("cut"), (*t.link)[M].close("cut"); }},
         {"close", [](LogTest& t, Side side) { (*t.link)[side].close("enough"); }},
         {"throw", [](LogTest&, Side) { throw std::runtime_error("of an observer"); }},
+        {"throwNumber", [](LogTest&, Side) { throw 1; }},
         {"offer", [](LogTest& t, Side side) { (*t.link)[side].rootOffer(t.mirror); }},
         {"drop", [](LogTest& t, Side) { t.watch = nullptr, t.mirror = nullptr; }},
         {"connect", [](LogTest& t, Side) { t.connect(); }}};

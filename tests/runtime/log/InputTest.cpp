@@ -341,6 +341,8 @@ TEST_F(Input, MarkersSweepWhatIsNotRepeated) {
       {"set here to what it is", begin + set1, "r2=2", end, gone, "1"},
       {"changed here in between", begin + set1, "r2=22", end, gone, "12", "(11,261,T,0,0) 2.0.0 ttl=22"},
       {"written here before", "", "r2=22", begin + set1 + end, gone, "12", "(11,261,T,0,0) 2.0.0 ttl=22"},
+      {"told here in between", begin + set1, "!r2", end, gone, "12", "(11,261,T,0,0) 2.0.0 ttl=2"},
+      {"another begun in between", begin + set1 + "B(11,262); E(11,262)", "", end, "", "12"},
       {"members", "B(3,258); (3,258,T,0,151) 4:6 2:2 8:5; E(3,258)", "", "", "c:config(5)", "12"},
       {"references", "B(3,259)", "", "E(3,259)", "c:failed(1)", "12"},
       {"keys and ACLs", "B(13,258); E(13,258)", "", "B(9,258); E(9,258)", "5p:key(ip:k) " + acl7, "12"},
@@ -350,6 +352,7 @@ TEST_F(Input, MarkersSweepWhatIsNotRepeated) {
       {"mode: ends within a transfer", begin + set1, "", on + set2 + end, "", "12"},
       {"mode: within a transfer", begin + set1 + whole, "", set2 + end + "; " + on, "", "12"},
       {"mode: a transfer within it", whole + begin, "", set1 + on + end, gone, "1"},
+      {"mode: after a transfer", begin + set1 + set2 + end + "; " + whole + set1, "", on, gone, "1"},
       {"mode: what goes is set again", whole, "{5v7 r1=9 }", on, "5v7:ip(1.0.0) 5v7:ip(1.0.0) " + gone, "1",
        "(11,261,T,0,0) 1.0.0 ttl=9"},
       // Observers of a sweep do as they please.

@@ -363,6 +363,13 @@ TEST_F(Transfers, SurviveWhatObserversThrowAndEndWhereTheyWant) {
   EXPECT_EQ(link->error(M), "enough");
   EXPECT_EQ(acl()->ipRuleByIdSize(), 4U) << "the second message is not applied";
   expectValid();
+  start();
+  watch->rethrows = true;
+  run("{5v7 throwNumber }");
+  EXPECT_ANY_THROW(link->inject(M, wire("B(11,261); E(11,261)")));
+  run("M kick=1");
+  link->pull(M);
+  EXPECT_EQ(link->tree.ends[M].applied, link->tree.ends[S].messages) << "a message of which an observer throws counts";
 }
 
 // --- the ends of things ---

@@ -115,6 +115,8 @@ TEST(Codec, OfBuiltInsUsesNetworkOrder) {
   EXPECT_EQ(logBytes(Kro::EntityId{0x0102030405060708}), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
   checkLog(std::vector<double>{1.0});
   EXPECT_EQ(messageOf<Kro::AttrLogEntityException>([] { fromLogBytes<bool>({2}); }), "expected a bool, 0 or 1, not 2");
+  Bytes const two{2};
+  EXPECT_THROW(Kro::adopt(new Kro::NboAttrLog::In(two))->nextbool(), Kro::AttrLogEntityException);
 }
 
 }  // namespace
