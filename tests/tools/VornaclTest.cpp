@@ -236,6 +236,17 @@ TEST_F(VornaclTest, servesATreeToOtherProcesses) {
       {"call unix:relay vornacl/chipRootConfig[0] equal", 2, "", "vornacl: equal takes 1 argument\n"},
       {"call unix:relay vornacl/chipRootConfig[0] action", 6, "",
        "vornacl: Vorn::RootConfig has no function \"action\"\n"},
+      {"show unix:relay --text >tree", 0, "", ""},
+      {"record unix:relay stream --for 0.3", 0, "", "vornacl: 26 messages recorded\n"},
+      {"dump stream | sed '1!d'", 0, "(1,136,T,0,0) \"Vorn::RootConfigColl\" \"vornacl\" 2\n", ""},
+      {"replay stream --to 1", 0, "TYPE  NAME  RULES  PATH\n", ""},
+      {"replay stream --to 99", 6, "", "vornacl: stream: it has only 26 messages\n"},
+      {"dump list", 4, "", "vornacl: list: another magic or version, in the message at byte 0\n"},
+      {"replay list", 4, "", "vornacl: list: the peer does not speak this protocol"},
+      {"dump stream >/dev/null; head -c 99 stream >cut", 0, "", ""},
+      {"replay cut", 4, "", "vornacl: cut: it ends within the message at byte 96\n"},
+      {"dump cut | tail -n 1", 0, "B(2,258)\n", "vornacl: cut: found the end of the file in the message at byte 96\n"},
+      {"record unix:relay /dev/full --for 1", 7, "", "vornacl: /dev/full: No space left on device\n"},
       {"check unix:relay", 0, "", "vornacl: 2 rules in 1 list, 2 met\n"},
       {"lookup unix:relay src=192.0.2.1 dst=192.0.2.2", 0,
        "unix:relay: a 20 deny ip any any (passed over 1 of 2)\n  not protocol, destination port: unix:relay: a 10 "
@@ -246,6 +257,7 @@ TEST_F(VornaclTest, servesATreeToOtherProcesses) {
   for (Case const& c : cases) {
     c.run();
   }
+  EXPECT_EQ(runProgram("vornacl", "replay stream --text >again; cmp tree again").status, 0);
   write("rules", "ip access-list a\n permit ip any any\n");
   source->signal(SIGHUP);
   expectSoon("diff rules unix:relay");

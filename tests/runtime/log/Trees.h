@@ -10,8 +10,8 @@
 #include "VornAclTable/VornAclLog.h"
 #include "VornRootConfig/VornRootConfigLog.h"
 #include "tests/Contracts.h"
-#include "tests/support/SecondReader.h"
 #include "tests/support/Spies.h"
+#include "tools/common/SecondReader.h"
 
 namespace VornTest {
 

@@ -7,8 +7,9 @@
 #include <vector>
 
 /// A second reader of the attribute log, written from docs/attribute-log.md alone: it includes nothing of the library,
-/// so that the library's writer is judged by the page and not by the library's own reader. Tests feed it what one end
-/// writes; it says each message as one line of text, keeps a plain model of the tree, and names the first rule broken.
+/// so that the library's writer is judged by the page and not by the library's own reader. Tests and tools feed it what
+/// one end writes; it says each message as one line of text, keeps a plain model of the tree, and names the first rule
+/// broken.
 namespace Second {
 
 using Id = std::uint64_t;

@@ -1,4 +1,4 @@
-#include "tests/support/SecondReader.h"
+#include "tools/common/SecondReader.h"
 
 #include <algorithm>
 #include <bit>
