@@ -19,16 +19,9 @@ void SnapshotSpare::grow(std::uint32_t count) {
   room_ = count;
 }
 
-void dispatch(ObserverSnapshot& snapshot, AttributeId id, FunctionRef<void(ObserverSnapshot&)> callRest) {
-  while (snapshot.inside()) {
-    Expect const expect(Exception::noId);
-    try {
-      callRest(snapshot);
-    } catch (...) {
-      snapshot.current().onNotificationException(id);
-      snapshot.advance();
-    }
-  }
+void ObserverSnapshot::reportException(AttributeId id) {
+  current().onNotificationException(id);
+  advance();
 }
 
 }  // namespace Kro

@@ -26,6 +26,8 @@ class VORNACL_API ObserverSnapshot {
   PtrInterface::NotifieeConst& current() const { return *entries_[index_]; }
   /// Releases the current observer, then every following one that only this snapshot still holds.
   void advance() { index_ = releasedFrom(entries_, index_, size_); }
+  /// Tells the current observer, inside a catch block, that its handler threw, and advances.
+  void reportException(AttributeId id);
   /// Calls `call(observer)` for the current observer and those behind it, advancing over each when its call has
   /// returned. What a call throws leaves this with that observer current.
   template <class Call>
@@ -124,27 +126,18 @@ class SnapshotIterator<ListRaw<N>> : public ObserverSnapshot {
   }
 };
 
-/// A borrowed callable of two words.
-template <class Signature>
-class FunctionRef;
-template <class R, class... A>
-class FunctionRef<R(A...)> {
- public:
-  template <class F>
-  FunctionRef(F const& f)
-      : object_(&f), call_([](void const* object, A... arguments) -> R {
-          return (*static_cast<F const*>(object))(static_cast<A>(arguments)...);
-        }) {}
-  R operator()(A... arguments) const { return call_(object_, static_cast<A>(arguments)...); }
-
- private:
-  void const* object_;
-  R (*call_)(void const*, A...);
-};
-
-/// Calls every observer of the snapshot. What a call throws is reported to that observer with the attribute's id and
-/// ends there, unless the report throws itself: that ends the dispatch and leaves it. `callRest` calls the current
-/// observer and those behind it, each advanced over when its call has returned.
-VORNACL_API void dispatch(ObserverSnapshot& snapshot, AttributeId id, FunctionRef<void(ObserverSnapshot&)> callRest);
+/// Calls `call(observer)` for every observer of the snapshot. What a call throws is reported to that observer with the
+/// attribute's id and ends there, unless the report throws itself: that ends the dispatch and leaves it. Loop and catch
+/// stand where the caller is: behind a call of their own, telling one observer takes 9.0 ns instead of 7.3.
+template <class Call>
+void dispatch(ObserverSnapshot& snapshot, AttributeId id, Call const& call) {
+  while (snapshot.inside()) {
+    try {
+      snapshot.callRest(call);
+    } catch (...) {
+      snapshot.reportException(id);
+    }
+  }
+}
 
 }  // namespace Kro

@@ -19,9 +19,7 @@ void tellObservers(X& entity, AttributeId id, Call const& call) {
   using N = typename X::NotifieeConst;
   using List = ListRaw<typename std::remove_reference_t<decltype(observers)>::Element>;
   SnapshotIterator<List> snapshot(observers);
-  dispatch(snapshot, id, [&](ObserverSnapshot& rest) {
-    rest.callRest([&](PtrInterface::NotifieeConst& observer) { call(static_cast<N&>(observer)); });
-  });
+  dispatch(snapshot, id, [&](PtrInterface::NotifieeConst& observer) { call(static_cast<N&>(observer)); });
 }
 
 /// The handler of an attribute, as a constant: calling one that is read from a descriptor takes a test more.
