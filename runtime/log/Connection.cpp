@@ -159,6 +159,9 @@ std::span<std::uint8_t const> Connection::pending() {
   }
   endIfFailed();
   tell();
+  if (out_->length() == 0) {
+    out_->rest();
+  }
   return state_ == State::lost ? std::span<std::uint8_t const>() : out_->pending();
 }
 

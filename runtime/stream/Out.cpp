@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "runtime/core/Exception.h"
 
@@ -58,6 +59,15 @@ void Out::grow(std::size_t n) {
   }
   begin_ = buffer_.get();
   end_ = begin_ + used;
+}
+
+void Out::rest() {
+  constexpr std::ptrdiff_t mostAtRest = 4096;
+  if (std::exchange(restedAt_, bytes_) == bytes_ && capacity_ - buffer_.get() > mostAtRest) {
+    buffer_.reset();
+    capacity_ = nullptr;
+    clear();
+  }
 }
 
 void Out::taken(std::size_t n) {

@@ -65,6 +65,9 @@ class VORNACL_API Out : public Connection::Out {
   void taken(std::size_t n);
   /// Drops all that is pending.
   void clear() { begin_ = end_ = buffer_.get(); }
+  /// Nothing is pending, and for now nothing comes. Gives back a large buffer the second time in a row: a sender that
+  /// is busy rests between two rounds, too, and would make it again in each; an idle one kept up to 128 KB.
+  void rest();
 
   /// Messages finished so far.
   std::uint64_t messages() const { return messages_; }
@@ -101,6 +104,7 @@ class VORNACL_API Out : public Connection::Out {
   unsigned section_ = 0;
   std::uint64_t messages_ = 0;
   std::uint64_t bytes_ = 0;
+  std::uint64_t restedAt_ = 0;  ///< `bytes_` at the last rest
   Ptr<In> reverse_;
   Demuxer* demuxer_ = nullptr;
   String8 peerName_;
