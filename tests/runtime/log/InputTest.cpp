@@ -411,14 +411,15 @@ class Streams : public LogTest {
     EXPECT_EQ(arrived ? arrived->auditErrors(9) : 0U, 0U);
     error = std::string(end->lastError().view());
     EXPECT_EQ(end->state() == LogConnection::State::lost, !error.empty());
+    std::string dump = arrived ? Dump::of(*arrived) : "";
     if (++fed % 50 == 0 && arrived && arrived->fullName() == root->fullName()) {  // a new connection heals it
       Link again;
       again[M].rootOffer(arrived);
       again[S].rootIs(root);
       again.move();
-      EXPECT_EQ(Dump::of(*arrived), Dump::of(*root));
+      EXPECT_EQ(Dump::of(*arrived, {arrived}), Dump::of(*root, {root}));
     }
-    return arrived ? Dump::of(*arrived) : "";
+    return dump;
   }
 
   std::string stream, error;
