@@ -228,6 +228,15 @@ TEST_F(VornaclTest, servesATreeToOtherProcesses) {
       {"set unix:relay vornacl/chipRootConfig[0] rootConfigId 1", 4, "", "vornacl: rootConfigId: "},
       {"set unix:closed vornacl/chipRootConfig[0] action vornLoad", 1, "",
        "vornacl: unix:closed: not taken, it is 'vornCompute'\n"},
+      {"watch unix:x", 3, "", "vornacl: unix:x: cannot connect: No such file or directory\n"},
+      {"watch unix:source vornacl/chipRootConfig[0] --count 2 >changes & "
+       "while kill -0 $!; do for a in vornLoad vornCompute; do " VORNACL_BIN_DIR
+       "/vornacl set unix:relay vornacl/chipRootConfig[0] action $a; done; done 2>/dev/null; cut -d' ' -f2- changes | "
+       "sort",
+       0,
+       "~ vornacl/chipRootConfig[0] action 'vornCompute' -> 'vornLoad'\n"
+       "~ vornacl/chipRootConfig[0] action 'vornLoad' -> 'vornCompute'\n",
+       ""},
       {"set unix:relay vornacl/chipRootConfig[0] action vornLoad", 0, "", ""},
       {"wait unix:source vornacl/chipRootConfig[0] action eq vornLoad", 0, "", ""},
       {"wait unix:source vornacl/chipRootConfig[0] vornRootKick '>=' 1 --timeout 0.2", 5, "", "vornacl: unix:source: "},

@@ -27,6 +27,7 @@ std::vector<Verb> const& verbs() {
       {"set", "Change an attribute of a process", declareSet},
       {"call", "Call a function of a process", declareCall},
       {"wait", "Wait until an attribute of a process has a value", declareWait},
+      {"watch", "Tell each change of what a process serves", declareWatch},
       {"check", "Find rules that no packet meets", declareCheck},
       {"lookup", "Find the rule that a packet meets first", declareLookup},
       {"diff", "Compare the rules of two files or processes", declareDiff},

@@ -35,6 +35,7 @@ Run declareGet(CLI::App& app);
 Run declareSet(CLI::App& app);
 Run declareCall(CLI::App& app);
 Run declareWait(CLI::App& app);
+Run declareWatch(CLI::App& app);
 Run declareCheck(CLI::App& app);
 Run declareLookup(CLI::App& app);
 Run declareDiff(CLI::App& app);
