@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <cstring>
 #include <string_view>
 
 #include "runtime/core/String8.h"
@@ -37,7 +36,7 @@ class TextCursor {
   }
   /// Moves behind a word that stands here.
   bool take(std::string_view word) {
-    if (rest().size() < word.size() || std::memcmp(at_, word.data(), word.size()) != 0) {
+    if (!rest().starts_with(word)) {
       return false;
     }
     at_ += word.size();
