@@ -89,7 +89,7 @@ struct TreeOptions {
 ///
 /// Told are differences: each scalar, value, entity and reference that is another one than the callable was told last.
 /// Of scalars the default is taken for told. An entity that comes is told before its contents, one that goes after its
-/// contents, each entry of which is told as removed.
+/// contents, each entry of which is told as removed; its scalars are not.
 ///
 /// The callable may do anything, to the tree and to the observer: what it changes is told within that change, and once
 /// the observer is gone nothing more is told. The observer holds what it follows; it belongs to the tree's thread.

@@ -41,16 +41,21 @@ bool LiveTree::moveUntil(std::function<bool()> const& condition, Clock::time_poi
   return true;
 }
 
-void LiveTree::finish() {
+bool LiveTree::finish() {
   auto const end = Clock::now() + patience_;
-  bool const isSent = moveUntil([this] { return link_->connection().pending().empty(); }, end);
-  requireOpen();
-  link_->stream.finish();
-  // The process closes its end when it has read, and so applied, what was sent.
-  auto const isEnded = [this] { return link_->stream.state() == SocketLink::State::ended; };
-  if (!isSent || !moveUntil(isEnded, end)) {
+  auto const isOver = [this] { return !link_->stream.isOpen(); };
+  bool isSent = false;
+  auto const isSentOrOver = [&] { return (isSent = link_->connection().pending().empty()) || isOver(); };
+  bool isInTime = moveUntil(isSentOrOver, end);
+  if (isInTime && !isOver()) {
+    link_->stream.finish();
+    // The process closes its end when it has read, and so applied, what was sent.
+    isInTime = moveUntil(isOver, end);
+  }
+  if (!isInTime) {
     throw Failure(Exit::timeout, address_.text + ": it does not take the change in time");
   }
+  return isSent && link_->stream.state() == SocketLink::State::ended;
 }
 
 void LiveTree::requireOpen() const {

@@ -25,8 +25,9 @@ class LiveTree {
   Tree const& tree() const { return tree_; }
   /// Moves bytes until the condition holds; false where it does not within the time.
   bool moveUntil(std::function<bool()> const& condition, Clock::time_point end);
-  /// Sends all changes and ends the connection; returns when the process has taken them.
-  void finish();
+  /// Sends all changes and ends the connection; returns when the process has ended its side, too. False where it
+  /// surely has not taken everything; one that takes no changes may end it sooner or later.
+  bool finish();
 
  private:
   void requireOpen() const;

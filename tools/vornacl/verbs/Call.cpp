@@ -33,7 +33,9 @@ Exit call(CallOptions const& options, Output& output) {
   if (function->attrType()) {
     output.line("{}", result->strRep().view());
   }
-  live.finish();
+  if (!live.finish()) {
+    throw Failure(Exit::noConnection, options.address + ": it has ended the connection before it took all changes");
+  }
   return Exit::done;
 }
 

@@ -19,7 +19,7 @@ Exit set(SetOptions const& options) {
     attribute.valueIs(options.value);
     live.finish();
   }
-  // A process that takes no changes says nothing: what stands there is looked up.
+  // A process that takes no changes ends the connection, sooner or later: what stands there is looked up.
   LiveTree const live = options.connect();
   std::string const is = LiveAttribute(live.tree(), options.path, options.attribute).text();
   if (is != wanted) {
