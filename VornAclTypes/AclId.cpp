@@ -42,12 +42,12 @@ AclId::AclId(Kro::String8::IteratorConst& it, Kro::String8::IteratorConst const&
 }
 
 std::size_t AclId::textRoom() const {
-  return stringValue(tableType_).length() + chipRuleListId_.textRoom() + stringValue(direction_).length() + 2;
+  return Kro::roomOfName(tableType_) + chipRuleListId_.textRoom() + Kro::roomOfName(direction_) + 2;
 }
 char* AclId::textTo(char* to) const {
-  to = Kro::putText(to, stringValue(tableType_).view());
-  to = chipRuleListId_.textTo(Kro::putText(to, ":"));
-  return Kro::putText(Kro::putText(to, ":"), stringValue(direction_).view());
+  to = Kro::putText(Kro::putName(to, tableType_), ":");
+  to = Kro::putText(chipRuleListId_.textTo(to), ":");
+  return Kro::putName(to, direction_);
 }
 
 }  // namespace Vorn

@@ -7,6 +7,7 @@
 
 #include "runtime/collection/ListRaw.h"
 #include "runtime/core/AttributeId.h"
+#include "runtime/core/Exception.h"
 #include "runtime/entity/Notifiee.h"
 
 namespace Kro {
@@ -132,6 +133,7 @@ class SnapshotIterator<ListRaw<N>> : public ObserverSnapshot {
 template <class Call>
 void dispatch(ObserverSnapshot& snapshot, AttributeId id, Call const& call) {
   while (snapshot.inside()) {
+    Expect const expect(Exception::noId);
     try {
       snapshot.callRest(call);
     } catch (...) {

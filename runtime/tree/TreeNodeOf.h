@@ -92,20 +92,12 @@ class TreeNodeOf final : public ChangeObserver<X>, public TreeNode {
 
   void onChange(AttributeId id, void const* key) override {
     Ptr<TreeNodeOf> const held = share(this);
-    follower_->run([&] {
-      withChange<X>(
-          id, key,
-          [&](auto const& d, auto const& at) {
-            if (follows(d)) {
-              update(d, at, Kind::changed);
-            }
-          },
-          [&](auto const& d) {
-            if (follows(d)) {
-              update(d);
-            }
-          });
-    });
+    auto const step = [&](auto const& d, auto const&... at) {
+      if (follows(d)) {
+        update(d, at...);
+      }
+    };
+    follower_->run([&] { withChange<X>(id, key, step, step); });
   }
   /// Lets pass what `TreeFollower::run` did.
   void onNotificationException(AttributeId) override { throw; }
@@ -192,7 +184,7 @@ class TreeNodeOf final : public ChangeObserver<X>, public TreeNode {
 
   /// `unknown` is what a value is told as whose value before is not remembered.
   template <class D>
-  void update(D const& d, typename D::Key const& key, Kind unknown) {
+  void update(D const& d, typename D::Key const& key, Kind unknown = Kind::changed) {
     if constexpr (D::kind == AttributeKind::values) {
       if (auto const* const record = ((*entity_).*(d.field)).find(key)) {
         set(d, key, record->value(), unknown);
@@ -334,11 +326,14 @@ class TreeNodeOf final : public ChangeObserver<X>, public TreeNode {
   }
   template <class D>
   void endValues(D const& d) {
+    if (!follows_[positionOf<D>] || follower_->isOver()) {
+      return;
+    }
     auto& rest = told(d).rest;
     if (!rest) {
       rest.emplace(remembersValues() ? told(d).values : (*entity_).*(d.field));
     }
-    while (*rest && follows_[positionOf<D>]) {
+    while (*rest) {
       auto const record = rest->member();
       rest->advance();
       tell(d, Kind::removed, TreeValue(record->key()), remembersValues() ? TreeValue(record->value()) : TreeValue(),

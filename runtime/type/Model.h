@@ -4,6 +4,7 @@
 // The namespace of the types has a function `kroModel(void const*)`, declared only, whose result is the list.
 #pragma once
 
+#include <tuple>
 #include <type_traits>
 
 namespace Kro {
@@ -48,7 +49,18 @@ constexpr Source sourceIn(Model<Sources...>) {
   return found;
 }
 
+template <class Base, void (*registration)(), class... X>
+auto derivedIn(TypesOf<registration, X...>) -> decltype(std::tuple_cat(
+    std::conditional_t<std::is_base_of_v<Base, X>, std::tuple<std::type_identity<X>>, std::tuple<>>()...));
+template <class Base, class... Sources>
+auto derivedIn(Model<Sources...>) -> decltype(std::tuple_cat(derivedIn<Base>(Sources())...));
+
 }  // namespace detail
+
+/// Those types of a model that derive from `Base`, in the order of their registration, as a tuple of
+/// `std::type_identity`. All classes of the model must be complete.
+template <class Base, class AllTypes>
+using DerivedTypes = decltype(detail::derivedIn<Base>(AllTypes()));
 
 /// The registration function of the source that declares `X`; null for a type of no model.
 template <class X>

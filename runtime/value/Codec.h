@@ -104,14 +104,10 @@ struct Codec<E> {
   static std::uint8_t* put(std::uint8_t* to, E value) { return storeBigEndian(to, static_cast<std::uint32_t>(value)); }
   static E get(InCursor& in) { return enumeratorOf<E>(in.next<std::uint32_t>()); }
   static void mix(Hash& hash, E value) { hash.mixInteger(static_cast<std::uint32_t>(value), 4); }
-  static constexpr std::size_t textRoom(E value) {
-    std::string_view const name = enumeratorName(value);
-    return 2 + (!name.empty() ? name.size() : enumerationName<E>().size() + 2 + maxDigits<std::int32_t>);
-  }
+  static constexpr std::size_t textRoom(E value) { return roomOfName(value) + 2; }
   static char* putText(char* to, E value) {
     *to++ = '\'';
-    std::string_view const name = enumeratorName(value);
-    to = Kro::putText(to, !name.empty() ? name : stringValue(value).view());
+    to = putName(to, value);
     *to++ = '\'';
     return to;
   }

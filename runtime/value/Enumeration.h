@@ -13,6 +13,7 @@
 
 #include "runtime/core/Exception.h"
 #include "runtime/type/KroType.h"
+#include "runtime/value/Text.h"
 
 namespace Kro {
 
@@ -64,6 +65,18 @@ template <Enumeration E>
 String8 stringValue(E value) {
   std::string_view const name = enumeratorName(value);
   return !name.empty() ? String8(name) : String8(enumerationName<E>()) + format("(%d)", static_cast<int>(value));
+}
+
+/// The same, written to a place that has so much room; its end.
+template <Enumeration E>
+constexpr std::size_t roomOfName(E value) {
+  std::string_view const name = enumeratorName(value);
+  return !name.empty() ? name.size() : enumerationName<E>().size() + 2 + maxDigits<std::int32_t>;
+}
+template <Enumeration E>
+char* putName(char* to, E value) {
+  std::string_view const name = enumeratorName(value);
+  return putText(to, !name.empty() ? name : stringValue(value).view());
 }
 
 /// The enumerator with this number; throws `RangeException` with the enumeration's name for any other.
