@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -45,6 +46,9 @@ class SocketLink {
   /// Why the link is not open any more; empty before.
   std::string const& reason() const { return reason_; }
 
+  /// Called with all bytes that come, before they are applied; what it throws leaves `readable`, and they are not.
+  void onReceivedIs(std::function<void(std::span<std::uint8_t const>)> callback) { onReceived_ = std::move(callback); }
+
   bool wantsToRead() const { return isOpen(); }
   /// Something waits to be sent. Ends the link where the connection was lost.
   bool wantsToWrite() {
@@ -66,7 +70,11 @@ class SocketLink {
       }
       ssize_t const length = recv(socket_, buffer.data(), buffer.size(), MSG_DONTWAIT);
       if (length > 0) {
-        connection_->receive(std::span(buffer).first(static_cast<std::size_t>(length)));
+        auto const bytes = std::span(buffer).first(static_cast<std::size_t>(length));
+        if (onReceived_) {
+          onReceived_(bytes);
+        }
+        connection_->receive(bytes);
         requireConnection();
       } else if (length == 0) {
         end(State::ended, "the peer has ended the stream");
@@ -134,6 +142,7 @@ class SocketLink {
   State state_ = State::open;
   bool isFinished_ = false;
   std::string reason_;
+  std::function<void(std::span<std::uint8_t const>)> onReceived_;
 };
 
 }  // namespace Kro::Transport

@@ -67,7 +67,7 @@ class Dumper {
 
 /// Writes an entity that is of one of these types.
 template <class... X>
-void appendAny(Kro::Entity const& entity, Dumper& dumper) {
+void appendAny(Kro::Entity const& entity, Dumper& dumper, std::tuple<std::type_identity<X>...>) {
   auto const append = [&](auto const* typed) {
     if (typed != nullptr) {
       dumper.entity(*typed);
@@ -81,8 +81,7 @@ void appendAny(Kro::Entity const& entity, Dumper& dumper) {
 
 void appendTree(std::string& text, Kro::Entity const& entity, std::function<void()> const& lineDone) {
   Dumper dumper(text, lineDone);
-  appendAny<Vorn::RootConfigColl, Vorn::RootConfig, Vorn::VornAclColl, Vorn::VornAcl, Vorn::AclKeyToAclIdMapping>(
-      entity, dumper);
+  appendAny(entity, dumper, EntityTypes());
 }
 
 }  // namespace Tools

@@ -2,14 +2,17 @@
 #pragma once
 
 #include <algorithm>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
-#include "VornRootConfig/RootConfigColl.h"
+#include "VornAcl.h"
 
 namespace Tools {
 
 using Tree = Kro::Ptr<Vorn::RootConfigColl>;
+/// All types of entities, as a tuple of `std::type_identity`.
+using EntityTypes = Kro::DerivedTypes<Kro::Entity, decltype(Vorn::kroModel(nullptr))>;
 
 /// The members of a hash map in ascending order of their keys.
 template <class Map>
@@ -20,13 +23,20 @@ auto inOrderOfKeys(Map const& map) {
     members.push_back(Kro::share(&member));
   }
   std::sort(members.begin(), members.end(), [](auto const& a, auto const& b) {
-    using Link = typename std::remove_const_t<Member>::KroHashLink;
-    return Link::key(*a) < Link::key(*b);
+    using Chain = typename std::remove_const_t<Member>::KroHashLink;
+    return Chain::key(*a) < Chain::key(*b);
   });
   return members;
 }
 
 /// All ACLs of all chips, in ascending order of chips, then of their ids.
 std::vector<Kro::Ptr<Vorn::VornAcl>> aclsOf(Tree const& tree);
+/// Number of rules of both kinds.
+inline std::size_t ruleCountOf(Vorn::VornAcl const& acl) { return acl.ipRuleByIdSize() + acl.macRuleByIdSize(); }
+
+/// Whether a path is that of an entity or leads to what is below it; all paths are within an empty one.
+inline bool isWithin(std::string_view path, std::string_view entity) {
+  return path.starts_with(entity) && (entity.empty() || path.size() == entity.size() || path[entity.size()] == '/');
+}
 
 }  // namespace Tools

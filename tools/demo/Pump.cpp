@@ -10,17 +10,16 @@
 namespace Demo {
 
 void Pump::move() {
-  link_.move();
-  if (link_.state() == Kro::Transport::SocketLink::State::failed) {
-    throw std::runtime_error("the connection is lost: " + link_.reason());
+  link_.stream.move();
+  if (link_.stream.state() == Tools::SocketLink::State::failed) {
+    throw std::runtime_error("the connection is lost: " + link_.stream.reason());
   }
 }
 
 bool Pump::wait(std::span<Pump* const> pumps, std::chrono::milliseconds time) {
   std::vector<pollfd> events;
   for (Pump* const pump : pumps) {
-    short const wanted = pump->link_.wantsToWrite() ? POLLIN | POLLOUT : POLLIN;
-    events.push_back({pump->isOpen() ? pump->socket_.number() : -1, wanted, 0});
+    events.push_back(pump->link_.event());
   }
   int const ready = poll(events.data(), events.size(), static_cast<int>(time.count()));
   if (ready < 0 && errno != EINTR) {

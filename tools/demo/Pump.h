@@ -4,8 +4,8 @@
 #include <chrono>
 #include <span>
 
+#include "tools/common/Link.h"
 #include "tools/demo/Process.h"
-#include "transport/SocketLink.h"
 
 namespace Demo {
 
@@ -13,11 +13,11 @@ namespace Demo {
 class Pump {
  public:
   Pump(Kro::Ptr<Kro::NboAttrLog::Connection> connection, FileDescriptor socket)
-      : socket_(std::move(socket)), link_(std::move(connection), socket_.number()) {}
+      : link_(std::move(connection), std::move(socket)) {}
 
   Kro::NboAttrLog::Connection& connection() const { return link_.connection(); }
   /// The peer has not closed its end.
-  bool isOpen() const { return link_.isOpen(); }
+  bool isOpen() const { return link_.stream.isOpen(); }
   /// Nothing is left that the connection wants to send.
   bool isDrained() const { return connection().pending().empty(); }
 
@@ -25,15 +25,14 @@ class Pump {
   /// Throws `std::runtime_error` where the connection is lost or the socket fails.
   void move();
   /// Tells the peer that nothing follows.
-  void finish() { link_.finish(); }
+  void finish() { link_.stream.finish(); }
 
   /// Waits until something can be moved through one of the sockets and moves it; false where nothing could within the
   /// time. Throws `std::system_error`, and as `move`.
   static bool wait(std::span<Pump* const> pumps, std::chrono::milliseconds time);
 
  private:
-  FileDescriptor socket_;
-  Kro::Transport::SocketLink link_;
+  Tools::Link link_;
 };
 
 }  // namespace Demo

@@ -58,7 +58,7 @@ Counts countsOf(Tree const& tree) {
   counts.chips = tree->chipRootConfigSize();
   for (auto const& acl : aclsOf(tree)) {
     ++counts.acls;
-    counts.rules += acl->ipRuleByIdSize() + acl->macRuleByIdSize();
+    counts.rules += ruleCountOf(*acl);
   }
   return counts;
 }

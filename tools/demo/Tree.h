@@ -11,6 +11,7 @@ namespace Demo {
 
 using Tools::aclsOf;
 using Tools::inOrderOfKeys;
+using Tools::ruleCountOf;
 using Tools::Tree;
 using Acls = std::vector<Kro::Ptr<Vorn::VornAcl>>;
 

@@ -28,12 +28,12 @@ LiveTree::LiveTree(Address const& address, std::chrono::milliseconds patience)
 bool LiveTree::moveUntil(std::function<bool()> const& condition, Clock::time_point end) {
   while (!condition()) {
     requireOpen();
-    auto const left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
-    if (left <= 0) {
+    auto const left = timeUntil(end);
+    if (left == left.zero()) {
       return false;
     }
     pollfd event = link_->event();
-    if (poll(&event, 1, static_cast<int>(left)) < 0 && errno != EINTR) {
+    if (poll(&event, 1, static_cast<int>(left.count())) < 0 && errno != EINTR) {
       throw std::system_error(errno, std::generic_category(), "cannot wait for " + address_.text);
     }
     link_->stream.move();

@@ -4,9 +4,9 @@
 #include <functional>
 #include <memory>
 
+#include "tools/common/Link.h"
 #include "tools/common/Trees.h"
 #include "tools/vornacl/net/Address.h"
-#include "tools/vornacl/net/Link.h"
 
 namespace Tools {
 

@@ -2,7 +2,6 @@
 
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "runtime/log/Connection.h"
 
@@ -14,10 +13,9 @@ using Kro::NboAttrLog::Connection;
 
 /// Takes over what one end wants to send; returns whether there was something.
 bool move(Connection& from, Connection& to) {
-  auto const pending = from.pending();
-  std::vector<std::uint8_t> const bytes(pending.begin(), pending.end());
-  from.sent(bytes.size());
+  auto const bytes = from.pending();
   to.receive(bytes);
+  from.sent(bytes.size());
   return !bytes.empty();
 }
 

@@ -4,9 +4,9 @@
 #include <list>
 #include <vector>
 
+#include "tools/common/Link.h"
 #include "tools/common/Trees.h"
 #include "tools/vornacl/net/Address.h"
-#include "tools/vornacl/net/Link.h"
 
 namespace Tools {
 
@@ -17,7 +17,6 @@ class Server {
   Server(Address const& address, Connection::Access access) : listener_(address), access_(access) {}
 
   Listener const& listener() const { return listener_; }
-  std::size_t peers() const { return peers_.size(); }
   /// The tree that is served from now on; peers that have another one lose their connection.
   void treeIs(Tree const& tree);
   /// Whether connections are taken; without, those that come wait.

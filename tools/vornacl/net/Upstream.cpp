@@ -28,7 +28,7 @@ std::optional<std::chrono::milliseconds> Upstream::patience() const {
   if (link_) {
     return std::nullopt;
   }
-  return std::max(std::chrono::milliseconds(0), std::chrono::ceil<std::chrono::milliseconds>(next_ - Clock::now()));
+  return timeUntil(next_);
 }
 
 void Upstream::handle() {

@@ -5,9 +5,9 @@
 #include <optional>
 #include <vector>
 
+#include "tools/common/Link.h"
 #include "tools/common/Trees.h"
 #include "tools/vornacl/net/Address.h"
-#include "tools/vornacl/net/Link.h"
 
 namespace Tools {
 

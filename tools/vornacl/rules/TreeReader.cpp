@@ -14,8 +14,9 @@ using Kro::AttributeKind;
 IpRule ruleOf(Vorn::IpRuleConfig const& rule, Acl::AclType type) { return IpRule::of(rule, familyOf(type)); }
 MacRule ruleOf(Vorn::MacRuleConfig const& rule, Acl::AclType) { return {rule, 0xffff}; }
 
-using AnyEntity = std::variant<Kro::Ptr<Vorn::RootConfigColl>, Kro::Ptr<Vorn::RootConfig>, Kro::Ptr<Vorn::VornAclColl>,
-                               Kro::Ptr<Vorn::VornAcl>, Kro::Ptr<Vorn::AclKeyToAclIdMapping>>;
+template <class... X>
+std::variant<Kro::Ptr<X>...> anyOf(std::tuple<std::type_identity<X>...>);
+using AnyEntity = decltype(anyOf(EntityTypes()));
 
 /// A field of a line, and where it begins.
 struct Field {
@@ -293,8 +294,9 @@ class Reader {
 
 }  // namespace
 
-RuleSet ruleSetOf(Tree const& tree, std::string const& name) {
-  RuleSet set{name, Form::tree, {}, {}, tree, aclsOf(tree)};
+RuleSet ruleSetOf(Tree const& tree, std::string const& name) { return ruleSetOf(tree, name, aclsOf(tree)); }
+RuleSet ruleSetOf(Tree const& tree, std::string const& name, std::vector<Kro::Ptr<Vorn::VornAcl>> acls) {
+  RuleSet set{name, Form::tree, {}, {}, tree, std::move(acls)};
   for (auto const& acl : set.acls) {
     auto const add = [&](auto const& records) {
       for (auto const& record : records) {

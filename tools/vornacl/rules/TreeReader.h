@@ -15,7 +15,8 @@ inline constexpr std::string_view treeEnd = "# end of ";
 /// writes it, so that none is changed by reading. Throws `BadData`.
 RuleSet readTree(std::string_view text, std::string const& name);
 
-/// The rules of a tree; they stand in no line.
+/// The rules of a tree, or of some of its ACLs; they stand in no line.
 RuleSet ruleSetOf(Tree const& tree, std::string const& name);
+RuleSet ruleSetOf(Tree const& tree, std::string const& name, std::vector<Kro::Ptr<Vorn::VornAcl>> acls);
 
 }  // namespace Tools

@@ -6,8 +6,7 @@ namespace Tools {
 
 namespace {
 
-struct CallOptions : LiveOptions {
-  std::string path;
+struct CallOptions : EntityOptions {
   std::string function;
   std::vector<std::string> arguments;
 };
@@ -44,7 +43,6 @@ Exit call(CallOptions const& options, Output& output) {
 Run declareCall(CLI::App& app) {
   auto const options = std::make_shared<CallOptions>();
   options->declare(app);
-  app.add_option("PATH", options->path, "The entity, as show tells it")->required();
   app.add_option("FUNCTION", options->function, "Its function, as types tells it")->required();
   app.add_option("ARGUMENT", options->arguments, "Values in the form that get prints, entities by their paths");
   app.footer("The function runs here, on a copy of the tree; what it changes is sent to the process.");

@@ -31,9 +31,13 @@ Kro::Ptr<Kro::GenericIf> valueOf(Tree const& tree, Kro::Ptr<Kro::KroType const> 
   }
 }
 
-void AttributeOptions::declare(CLI::App& app) {
+void EntityOptions::declare(CLI::App& app) {
   LiveOptions::declare(app);
   app.add_option("PATH", path, "The entity, as show tells it")->required();
+}
+
+void AttributeOptions::declare(CLI::App& app) {
+  EntityOptions::declare(app);
   app.add_option("ATTRIBUTE", attribute, "Its attribute, as types tells it; of a collection ATTRIBUTE[KEY]")
       ->required();
 }

@@ -15,12 +15,19 @@ Kro::Ptr<Kro::GenericIf> reflectionAt(Tree const& tree, std::string const& path)
 Kro::Ptr<Kro::GenericIf> valueOf(Tree const& tree, Kro::Ptr<Kro::KroType const> const& type, std::string const& word,
                                  std::string const& what);
 
-/// The entity and attribute that a verb is about.
-struct AttributeOptions : LiveOptions {
+/// The entity that a verb is about.
+struct EntityOptions : LiveOptions {
   std::string path;
+
+  /// Declares ADDRESS, PATH and --timeout.
+  void declare(CLI::App& app);
+};
+
+/// The entity and attribute that a verb is about.
+struct AttributeOptions : EntityOptions {
   std::string attribute;
 
-  /// Declares ADDRESS, PATH, ATTRIBUTE and --timeout.
+  /// Declares ATTRIBUTE, too.
   void declare(CLI::App& app);
 };
 

@@ -36,7 +36,7 @@ Tree load(ServeOptions const& options) {
 std::string rulesOf(Tree const& tree) {
   std::size_t rules = 0;
   for (auto const& acl : aclsOf(tree)) {
-    rules += acl->ipRuleByIdSize() + acl->macRuleByIdSize();
+    rules += ruleCountOf(*acl);
   }
   return counted(rules, "rule");
 }

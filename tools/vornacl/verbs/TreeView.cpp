@@ -57,22 +57,19 @@ void tellTable(std::vector<std::array<std::string, 4>> const& rows, Output& outp
 
 /// The ACLs below an entity, and of one ACL its rules.
 void tellTable(Tree const& tree, Kro::Entity const& entity, Output& output) {
+  auto acls = aclsOf(tree);
   std::string const path = textOf(entity.fullName());
-  if (auto const* const acl = dynamic_cast<Vorn::VornAcl const*>(&entity)) {
-    for (RuleSet const set = ruleSetOf(tree, {}); ListedRule const& rule : set.rules) {
-      if (set.acls[rule.list].get() == acl) {
-        output.line("{:>6}  {}", positionText(rule.position), describe(rule));
-      }
+  std::erase_if(acls, [&](auto const& acl) { return !isWithin(acl->fullName().view(), path); });
+  if (dynamic_cast<Vorn::VornAcl const*>(&entity) != nullptr) {
+    for (RuleSet const set = ruleSetOf(tree, {}, std::move(acls)); ListedRule const& rule : set.rules) {
+      output.line("{:>6}  {}", positionText(rule.position), describe(rule));
     }
     return;
   }
   std::vector<std::array<std::string, 4>> rows{{"TYPE", "NAME", "RULES", "PATH"}};
-  for (auto const& acl : aclsOf(tree)) {
-    std::string const its = textOf(acl->fullName());
-    if (its.starts_with(path)) {
-      rows.push_back({textOf(stringValue(acl->aclType())), textOf(acl->cliName().string()),
-                      std::to_string(acl->ipRuleByIdSize() + acl->macRuleByIdSize()), its});
-    }
+  for (auto const& acl : acls) {
+    rows.push_back({textOf(stringValue(acl->aclType())), textOf(acl->cliName().string()),
+                    std::to_string(ruleCountOf(*acl)), textOf(acl->fullName())});
   }
   tellTable(rows, output);
 }

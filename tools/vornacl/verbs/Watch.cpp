@@ -65,7 +65,7 @@ class Watcher {
 
  private:
   void take(Kro::TreeChange const& change) {
-    if (!isDone() && change.path.view().starts_with(options_.path)) {
+    if (!isDone() && isWithin(change.path.view(), options_.path)) {
       ++told_;
       options_.isJson ? tellJson(change) : tellText(change);
     }

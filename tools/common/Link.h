@@ -3,6 +3,9 @@
 
 #include <poll.h>
 
+#include <algorithm>
+#include <chrono>
+
 #include "tools/common/FileDescriptor.h"
 #include "transport/SocketLink.h"
 
@@ -12,8 +15,9 @@ using Kro::NboAttrLog::Connection;
 using Kro::Transport::SocketLink;
 
 struct Link {
-  Link(Connection::Role role, FileDescriptor of)
-      : socket(std::move(of)), stream(Connection::create(role), socket.number()) {}
+  Link(Kro::Ptr<Connection> connection, FileDescriptor of)
+      : socket(std::move(of)), stream(std::move(connection), socket.number()) {}
+  Link(Connection::Role role, FileDescriptor of) : Link(Connection::create(role), std::move(of)) {}
   Link(Link const&) = delete;
   Link& operator=(Link const&) = delete;
 
@@ -27,5 +31,11 @@ struct Link {
   FileDescriptor socket;
   SocketLink stream;
 };
+
+/// How long to wait for events at most until then; 0 from then on.
+inline std::chrono::milliseconds timeUntil(std::chrono::steady_clock::time_point then) {
+  auto const left = std::chrono::ceil<std::chrono::milliseconds>(then - std::chrono::steady_clock::now());
+  return std::max(std::chrono::milliseconds(0), left);
+}
 
 }  // namespace Tools
