@@ -201,6 +201,14 @@ TEST(PacketFilter, takesDumpsAsAWhole) {
 }
 
 /// The text of a tree, and what becomes of it when one thing in it is replaced.
+TEST(TreeText, pathsLeadToAnEntityOrBelowIt) {
+  for (auto const& [path, isWithin] :
+       {std::pair{"a/b[1]", true}, {"a/b[1]/c", true}, {"a/b[1]x", false}, {"a", false}}) {
+    EXPECT_EQ(Tools::isWithin(path, "a/b[1]"), isWithin) << path;
+    EXPECT_TRUE(Tools::isWithin(path, ""));
+  }
+}
+
 TEST(TreeText, readsBackAsItIsAndNotOtherwise) {
   Tools::Refusals refusals(false);
   std::vector<std::string> notes;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tests/runtime/log/Harness.h"
+#include "tests/support/Allocations.h"
 
 namespace {
 
@@ -373,6 +374,34 @@ TEST_F(Transfers, SurviveWhatObserversThrowAndEndWhereTheyWant) {
 }
 
 // --- the ends of things ---
+
+TEST_F(Transfers, LeaveNoLargeBufferBehind) {
+  auto const connection = LogConnection::create(LogConnection::Role::opener);
+  Vorn::VornAcl* const acl = new Vorn::VornAcl({Vorn::ipv4PAcl, 7, Acl::in}, Acl::ip, "edge");
+  connection->rootIs(Kro::adopt(acl));
+  Vorn::IpRuleConfig rule;
+  auto const madeByAChange = [&] {
+    rule.logIs(!rule.log());
+    std::size_t const before = allocations();
+    acl->ipRuleByIdIs({1, 0, 0}, rule);
+    return allocations() - before;
+  };
+  auto const drain = [&] {
+    for (auto bytes = connection->pending(); !bytes.empty(); bytes = connection->pending()) {
+      connection->sent(bytes.size());
+    }
+  };
+  for (std::uint32_t n = 0; n < 1000; ++n) {
+    acl->ipRuleByIdIs({n, 0, 0}, rule);
+  }
+  drain();
+  EXPECT_EQ(madeByAChange(), 0U) << "there is room";
+  drain();
+  EXPECT_EQ(madeByAChange(), 0U) << "a busy one keeps it";
+  drain();
+  drain();
+  EXPECT_EQ(madeByAChange(), 1U) << "at rest it was given back";
+}
 
 TEST_F(Transfers, AnyOrderOfDestructionIsClean) {
   std::vector<int> order = {0, 1, 2, 3};

@@ -24,7 +24,6 @@ struct Book {
   std::string said;              ///< what was told, in order
   std::function<void(int)> act;  ///< done in each call, with its number
   int calls = 0;
-  bool remembers = true;
 
   void operator()(TreeChange const& change) {
     std::string const attribute =
@@ -35,7 +34,7 @@ struct Book {
     if (change.kind != TreeChange::Kind::changed) {
       EXPECT_EQ(change.kind == TreeChange::Kind::added, at == lines.end()) << place << " behind " << said;
     }
-    if (remembers && change.before && at != lines.end()) {
+    if (change.before && at != lines.end()) {
       EXPECT_EQ(str(change.before.text()), at->second) << place;
     }
     said += (said.empty() ? "" : " ") + std::string(1, "+~-"[static_cast<int>(change.kind)]) + place;
@@ -129,6 +128,34 @@ TEST_F(TreeObserverTest, FollowsWhatIsChosen) {
   acl->ipRuleByIdIs({20, 0, 0}, {});
   acl->ipRuleByIdDelAll();
   EXPECT_EQ(rules, 3U);
+}
+
+TEST_F(TreeObserverTest, HandsOverExceptionsAndComparesAgainWhenAsked) {
+  std::string caught;
+  TreeOptions options;
+  options.onException = [&](std::exception_ptr const& thrown) {
+    try {
+      std::rethrow_exception(thrown);
+    } catch (std::exception const& error) {
+      caught += error.what();
+    }
+  };
+  Book book;
+  book.act = [](int) { throw std::runtime_error("callable "); };
+  std::optional<TreeObserver> observer(std::in_place, coll, std::ref(book), options);
+  auto const chip = coll->chipRootConfigIs(5, 1);
+  EXPECT_EQ(caught, "callable ");
+  observer.emplace(coll, [&](TreeChange const& change) { book.said += change.attribute; });
+  TreeObserver moved = std::move(*observer);
+  observer.reset();
+  book.take();
+  coll->newChipRootConfig(6, 1);
+  EXPECT_EQ(book.take(), "") << "nobody is told of what is made so";
+  moved.refresh();
+  EXPECT_EQ(book.take(), "chipRootConfig");
+  moved.refresh();
+  EXPECT_EQ(book.take(), "");
+  EXPECT_THROW(TreeObserver(nullptr, std::ref(book)), Kro::RangeException);
 }
 
 /// One random change of a tree, whoever made the rest of it.
